@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Installs the Debian packages the project builds, runs and tests with.
+# Safe to run again: only missing packages are installed.
+set -euo pipefail
+
+packages=(
+  build-essential cmake pkg-config
+  gsoap libgsoap-dev libfcgi-dev libssl-dev zlib1g-dev
+  libboost-locale-dev libboost-regex-dev
+  libsqlite3-dev sqlite3
+  libgtest-dev googletest
+  nginx apache2-utils gettext
+  python3 python3-zeep python3-lxml
+  wrk curl procps
+)
+
+missing=()
+for p in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" \
+    || missing+=("$p")
+done
+if [ ${#missing[@]} -eq 0 ]; then
+  exit 0
+fi
+if [ "$(id -u)" -ne 0 ]; then
+  echo "install-deps: missing packages: ${missing[*]} (run as root)" >&2
+  exit 1
+fi
+export DEBIAN_FRONTEND=noninteractive
+apt-get update -qq
+apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+# The packaged nginx starts a system instance; ours run privately.
+systemctl disable --now nginx >/dev/null 2>&1 || true
