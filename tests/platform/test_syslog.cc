@@ -1,0 +1,215 @@
+// CSysLog: level gating, the file mirror, truncation and the stderr echo.
+
+#include "platform/syslog.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using toolkit::CSysLog;
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream in(path);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::stringstream in(text);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
+// Redirects fd 2 into a pipe for the life of the object.
+class StderrCapture {
+ public:
+  StderrCapture() {
+    saved_ = dup(STDERR_FILENO);
+    EXPECT_EQ(0, pipe(fds_));
+    fcntl(fds_[0], F_SETFL, O_NONBLOCK);
+    dup2(fds_[1], STDERR_FILENO);
+  }
+  ~StderrCapture() {
+    Restore();
+    close(fds_[0]);
+  }
+  // Everything written so far; stops capturing.
+  std::string Take() {
+    Restore();
+    std::string out;
+    char buf[4096];
+    ssize_t n;
+    while ((n = read(fds_[0], buf, sizeof(buf))) > 0) out.append(buf, n);
+    return out;
+  }
+
+ private:
+  void Restore() {
+    if (saved_ < 0) return;
+    dup2(saved_, STDERR_FILENO);
+    close(saved_);
+    close(fds_[1]);
+    saved_ = -1;
+  }
+  int fds_[2];
+  int saved_;
+};
+
+class SysLogTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char tmpl[] = "/tmp/test_syslog.XXXXXX";
+    ASSERT_NE(nullptr, mkdtemp(tmpl));
+    dir_ = tmpl;
+    file_ = dir_ + "/daemon.log";
+  }
+  void TearDown() override {
+    unlink(file_.c_str());
+    rmdir(dir_.c_str());
+  }
+  std::string dir_;
+  std::string file_;
+};
+
+TEST_F(SysLogTest, LevelGatesEveryCall) {
+  {
+    CSysLog log("gate", 2, false, true, false, file_.c_str());
+    log.err(0, "err0");
+    log.warn(2, "warn2");
+    log.notice(3, "notice3");  // above the verbosity
+    log.info(6, "info6");      // above the verbosity
+    log.level = 6;             // the command line writes it directly
+    log.info(6, "info6-later");
+    log.level = -1;            // negative: silence everything
+    log.err(0, "silenced");
+    log.write(LOG_CRIT, "write-is-not-gated");
+  }
+  std::vector<std::string> lines = Lines(ReadFile(file_));
+  ASSERT_EQ(4u, lines.size());
+  EXPECT_NE(std::string::npos, lines[0].find("err0"));
+  EXPECT_NE(std::string::npos, lines[1].find("warn2"));
+  EXPECT_NE(std::string::npos, lines[2].find("info6-later"));
+  EXPECT_NE(std::string::npos, lines[3].find("write-is-not-gated"));
+}
+
+TEST_F(SysLogTest, EnabledMatchesGating) {
+  CSysLog log("gate", 0, false, false, false, nullptr);
+  EXPECT_TRUE(log.enabled(0));
+  EXPECT_FALSE(log.enabled(1));
+  log.level = -3;
+  EXPECT_FALSE(log.enabled(0));
+}
+
+TEST_F(SysLogTest, FileLinesCarryTimeIdentAndPid) {
+  {
+    CSysLog log("mirror", 0, false, true, false, file_.c_str());
+    log.info(0, "value %d of %s", 42, "answer");
+    log.info(0, "trailing newline is not doubled\n");
+  }
+  std::vector<std::string> lines = Lines(ReadFile(file_));
+  ASSERT_EQ(2u, lines.size());
+  const std::string& line = lines[0];
+  // "YYYY-MM-DDTHH:MM:SS.mmmZ mirror[pid]: value 42 of answer"
+  ASSERT_GT(line.size(), 25u);
+  EXPECT_EQ('T', line[10]);
+  EXPECT_EQ('Z', line[23]);
+  std::string tail = " mirror[" + std::to_string(getpid()) +
+                     "]: value 42 of answer";
+  EXPECT_EQ(tail, line.substr(24));
+  EXPECT_NE(std::string::npos, lines[1].find("not doubled"));
+}
+
+TEST_F(SysLogTest, FileIsAppendedNotTruncated) {
+  { CSysLog("one", 0, false, false, false, file_.c_str()).info(0, "first"); }
+  { CSysLog("two", 0, false, false, false, file_.c_str()).info(0, "second"); }
+  std::vector<std::string> lines = Lines(ReadFile(file_));
+  ASSERT_EQ(2u, lines.size());
+  EXPECT_NE(std::string::npos, lines[0].find("one["));
+  EXPECT_NE(std::string::npos, lines[1].find("two["));
+}
+
+TEST_F(SysLogTest, EnvironmentNamesTheFileWhenNoneIsGiven) {
+  setenv("TOOLKIT_LOG_FILE", file_.c_str(), 1);
+  { CSysLog("env", 0, false, false, false, nullptr).warn(0, "from env"); }
+  unsetenv("TOOLKIT_LOG_FILE");
+  EXPECT_NE(std::string::npos, ReadFile(file_).find("from env"));
+}
+
+TEST_F(SysLogTest, LongMessageIsTruncatedToOneLine) {
+  std::string huge(100000, 'x');
+  {
+    CSysLog log("long", 0, false, false, false, file_.c_str());
+    log.info(0, "%s", huge.c_str());
+    log.info(0, "after");
+  }
+  std::vector<std::string> lines = Lines(ReadFile(file_));
+  ASSERT_EQ(2u, lines.size());
+  EXPECT_LT(lines[0].size(), 4096u);
+  EXPECT_GT(lines[0].size(), 1000u);
+  EXPECT_NE(std::string::npos, lines[1].find("after"));
+}
+
+TEST_F(SysLogTest, EchoesToStderrWhenItIsLive) {
+  StderrCapture capture;
+  {
+    CSysLog log("echo", 1, false, true, true, nullptr);
+    log.notice(1, "hello %s", "there");
+    log.notice(2, "too verbose");
+  }
+  std::string expected =
+      "echo[" + std::to_string(getpid()) + "]: hello there\n";
+  EXPECT_EQ(expected, capture.Take());
+}
+
+TEST_F(SysLogTest, NoEchoWhenDisabled) {
+  StderrCapture capture;
+  CSysLog("quiet", 0, false, false, false, nullptr).info(0, "not echoed");
+  EXPECT_EQ("", capture.Take());
+}
+
+// A daemon starts with fd 2 on /dev/null; whether to echo is decided per
+// line, so a log made then still echoes once fd 2 points somewhere real.
+TEST_F(SysLogTest, EchoFollowsFd2AfterStartingOnDevNull) {
+  int saved = dup(STDERR_FILENO);
+  int devnull = open("/dev/null", O_WRONLY);
+  ASSERT_GE(devnull, 0);
+  dup2(devnull, STDERR_FILENO);
+  CSysLog log("late", 0, false, false, true, nullptr);
+  dup2(saved, STDERR_FILENO);
+  close(saved);
+  close(devnull);
+  StderrCapture capture;
+  log.info(0, "now visible");
+  EXPECT_NE(std::string::npos, capture.Take().find("now visible"));
+}
+
+TEST_F(SysLogTest, PerrorDoesNotDuplicateTheEcho) {
+  StderrCapture capture;
+  {
+    CSysLog log("both", 0, true, false, true, nullptr);
+    log.info(0, "once");
+  }
+  std::string out = capture.Take();
+  ASSERT_NE(std::string::npos, out.find("once"));
+  EXPECT_EQ(out.find("once"), out.rfind("once"));
+}
+
+TEST_F(SysLogTest, DestructorClearsTheGlobalPointer) {
+  CSysLog* log = new CSysLog("global", 0, false, false, false, nullptr);
+  toolkit::g_syslog = log;
+  delete log;
+  EXPECT_EQ(nullptr, toolkit::g_syslog);
+}
+
+}  // namespace
