@@ -1,0 +1,102 @@
+// Shared plumbing of the cdsctl subcommands: the parsed invocation, exit
+// codes, option parsing, opening the store and reporting failures.
+//
+// Every subcommand is a function `int Cmd...(const Invocation&)` returning
+// the process exit code. Messages for people go to standard error, data to
+// standard output, so that scripts can use the output as it is.
+
+#ifndef TOOLS_CDSCTL_CLI_H_
+#define TOOLS_CDSCTL_CLI_H_
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/cds.h"
+#include "platform/types.h"
+
+namespace cdsctl {
+
+// Exit codes; scripts rely on them.
+enum ExitCode : int {
+  kExitOk = 0,
+  kExitUsage = 1,    // bad command line or unreadable input file
+  kExitNoStore = 2,  // the store cannot be opened
+  kExitFailed = 3,   // the store refused the operation
+};
+
+struct Invocation {
+  std::string store;               // path of the store file
+  std::string source;              // change source "cdsctl:<user>@local"
+  std::vector<std::string> args;   // arguments after the subcommand name
+};
+
+// Prints "cdsctl: <message>" and a hint to --help; returns kExitUsage.
+int UsageError(const std::string& message);
+
+// Prints "cdsctl: <what>: <status name>"; returns kExitFailed.
+int Failed(const std::string& what, api_status_t status);
+
+// Prints "cdsctl: <message>"; returns kExitFailed.
+int FailedMessage(const std::string& message);
+
+// Opens the invocation's store. On failure prints why and returns null; the
+// caller then exits with kExitNoStore.
+std::unique_ptr<toolkit::CCds> OpenStore(const Invocation& invocation);
+
+// Removes "--name VALUE" from `args` and stores VALUE. Returns false (with
+// `error` set) when the option is given without a value; true otherwise,
+// with `found` telling whether it was there.
+bool TakeOption(std::vector<std::string>* args, const std::string& name,
+                std::string* value, bool* found, std::string* error);
+
+// Removes the flag `name` from `args`; true when it was there.
+bool TakeFlag(std::vector<std::string>* args, const std::string& name);
+
+// Fails (false, `error` set) when an argument left after the options were
+// taken looks like an option ("--..."), so typos are not taken for paths.
+bool NoUnknownOptions(const std::vector<std::string>& args,
+                      std::string* error);
+
+// A whole decimal number (optional sign), false for anything else.
+bool ParseNumber(const std::string& text, long long* value);
+
+// Like TakeOption for a non-negative number, with `fallback` when absent.
+// Returns false with `error` set when the value is missing or not a number.
+bool TakeNumberOption(std::vector<std::string>* args, const std::string& name,
+                      long long fallback, long long* value,
+                      std::string* error);
+
+// A qrx time (microseconds since 1970, UTC) as ISO 8601 text.
+std::string FormatQrxTime(long long qrx_us);
+
+// Reads a whole file into `text`; false when it cannot be read.
+bool ReadFile(const std::string& path, std::string* text);
+
+// Subcommands, grouped by the file that implements them.
+// cmd_store.cc
+int CmdCreate(const Invocation& invocation);
+int CmdLoad(const Invocation& invocation);
+int CmdExport(const Invocation& invocation);
+// cmd_tree.cc
+int CmdShow(const Invocation& invocation);
+int CmdGet(const Invocation& invocation);
+int CmdSet(const Invocation& invocation);
+int CmdAdd(const Invocation& invocation);
+int CmdRemove(const Invocation& invocation);
+int CmdClear(const Invocation& invocation);
+// cmd_security.cc
+int CmdUsers(const Invocation& invocation);
+int CmdUser(const Invocation& invocation);
+int CmdAnonymous(const Invocation& invocation);
+int CmdRule(const Invocation& invocation);
+// cmd_logs.cc
+int CmdEvents(const Invocation& invocation);
+int CmdWatchdogs(const Invocation& invocation);
+int CmdSyslog(const Invocation& invocation);
+// cmd_attributes.cc
+int CmdAttributes(const Invocation& invocation);
+
+}  // namespace cdsctl
+
+#endif  // TOOLS_CDSCTL_CLI_H_
