@@ -99,6 +99,11 @@ class CElement {
   bool operator!=(const CElement& other) const { return !(*this == other); }
 
  private:
+  // The value as a whole number (wide enough to saturate either 32-bit
+  // type) or as a time; false when it has no such reading.
+  bool integral_value(int64_t* value) const;
+  bool time_value(timeval* value) const;
+
   data_type_t type_;
   int64_t integer_;      // Boolean, Unsigned, Integer
   double real_;          // Real

@@ -1,0 +1,366 @@
+// CElement: text forms, conversions with the device's 32-bit rules,
+// splitting, comparison and translation through a compiled catalogue.
+
+#include "platform/element.h"
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <boost/locale.hpp>
+#include <cfloat>
+#include <climits>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace toolkit {
+namespace {
+
+// Converts `text` to `type`; returns the result's text, or "FAIL" (and
+// checks that the element was left as it was).
+std::string convert(const std::string& text, data_type_t type) {
+  CElement element(text);
+  if (element.convert_type(type) != 0) {
+    EXPECT_EQ(element, CElement(text)) << "changed by a failed conversion";
+    return "FAIL";
+  }
+  EXPECT_EQ(element.get_type(), type);
+  return element.to_string();
+}
+
+timeval tv(time_t sec, suseconds_t usec) {
+  timeval value;
+  value.tv_sec = sec;
+  value.tv_usec = usec;
+  return value;
+}
+
+TEST(Element, Strtol32SaturatesLikeTheDevice) {
+  size_t end = 99;
+  EXPECT_EQ(pcd_strtol32("2147483647", &end), INT32_MAX);
+  EXPECT_EQ(end, 10u);
+  EXPECT_EQ(pcd_strtol32("2147483648", &end), INT32_MAX);
+  EXPECT_EQ(pcd_strtol32("99999999999999999999999", &end), INT32_MAX);
+  EXPECT_EQ(end, 23u);
+  EXPECT_EQ(pcd_strtol32("-2147483648", &end), INT32_MIN);
+  EXPECT_EQ(pcd_strtol32("-2147483649", &end), INT32_MIN);
+  EXPECT_EQ(pcd_strtol32("-99999999999", &end), INT32_MIN);
+  EXPECT_EQ(pcd_strtol32(" \t+42xyz", &end), 42);
+  EXPECT_EQ(end, 5u);
+  EXPECT_EQ(pcd_strtol32("-0", &end), 0);
+  EXPECT_EQ(end, 2u);
+  // No digit: nothing consumed, not even the blanks or the sign.
+  EXPECT_EQ(pcd_strtol32("  -x", &end), 0);
+  EXPECT_EQ(end, 0u);
+  EXPECT_EQ(pcd_strtol32("", &end), 0);
+  EXPECT_EQ(end, 0u);
+  EXPECT_EQ(pcd_strtol32(nullptr, &end), 0);
+  EXPECT_EQ(end, 0u);
+  EXPECT_EQ(pcd_strtol32("7", nullptr), 7);
+}
+
+TEST(Element, TextToIntegerFollowsStrtol) {
+  EXPECT_EQ(convert("2147483647", PCD_TYPE_INT), "2147483647");
+  EXPECT_EQ(convert("2147483648", PCD_TYPE_INT), "2147483647");
+  EXPECT_EQ(convert("-99999999999", PCD_TYPE_INT), "-2147483648");
+  EXPECT_EQ(convert(" 5", PCD_TYPE_INT), "5");
+  EXPECT_EQ(convert("+5", PCD_TYPE_INT), "5");
+  EXPECT_EQ(convert("", PCD_TYPE_INT), "0");  // strtol's end is the end
+  EXPECT_EQ(convert("5 ", PCD_TYPE_INT), "FAIL");
+  EXPECT_EQ(convert("12x", PCD_TYPE_INT), "FAIL");
+  EXPECT_EQ(convert("1.5", PCD_TYPE_INT), "FAIL");
+  EXPECT_EQ(convert(" ", PCD_TYPE_INT), "FAIL");
+  EXPECT_EQ(convert("-", PCD_TYPE_INT), "FAIL");
+  EXPECT_EQ(convert("0x10", PCD_TYPE_INT), "FAIL");  // base 10 only
+}
+
+TEST(Element, TextToUnsignedRefusesNegativeAndSaturates) {
+  EXPECT_EQ(convert("4294967295", PCD_TYPE_UINT), "4294967295");
+  EXPECT_EQ(convert("4294967296", PCD_TYPE_UINT), "4294967295");
+  EXPECT_EQ(convert("99999999999999", PCD_TYPE_UINT), "4294967295");
+  EXPECT_EQ(convert("3000000000", PCD_TYPE_UINT), "3000000000");
+  EXPECT_EQ(convert("0", PCD_TYPE_UINT), "0");
+  EXPECT_EQ(convert("-0", PCD_TYPE_UINT), "0");
+  EXPECT_EQ(convert("-1", PCD_TYPE_UINT), "FAIL");
+  EXPECT_EQ(convert("1 ", PCD_TYPE_UINT), "FAIL");
+}
+
+TEST(Element, TextToRealFollowsStrtod) {
+  EXPECT_EQ(convert("1e308", PCD_TYPE_REAL), "1e+308");
+  EXPECT_EQ(convert("1e309", PCD_TYPE_REAL), "inf");  // the caller refuses
+  EXPECT_EQ(convert("inf", PCD_TYPE_REAL), "inf");
+  EXPECT_EQ(convert("-inf", PCD_TYPE_REAL), "-inf");
+  EXPECT_EQ(convert("nan", PCD_TYPE_REAL), "nan");
+  EXPECT_EQ(convert("-nan", PCD_TYPE_REAL), "nan");
+  EXPECT_EQ(convert("", PCD_TYPE_REAL), "0");
+  EXPECT_EQ(convert(" 230.4", PCD_TYPE_REAL), "230.4");
+  EXPECT_EQ(convert("-0.1", PCD_TYPE_REAL), "-0.1");
+  EXPECT_EQ(convert("1.5 ", PCD_TYPE_REAL), "FAIL");
+  EXPECT_EQ(convert("1,5", PCD_TYPE_REAL), "FAIL");
+  EXPECT_EQ(convert("abc", PCD_TYPE_REAL), "FAIL");
+}
+
+// A process that switched to a decimal-comma locale must still read and
+// write reals with a point: other processes share the store.
+TEST(Element, RealsIgnoreTheProcessLocale) {
+  const char* german = setlocale(LC_NUMERIC, "de_DE.UTF-8");
+  if (german == nullptr) german = setlocale(LC_NUMERIC, "de_DE");
+  if (german == nullptr) GTEST_SKIP() << "no German locale on this machine";
+  EXPECT_EQ(convert("1.5", PCD_TYPE_REAL), "1.5");
+  EXPECT_EQ(CElement(2.25).to_string(), "2.25");
+  setlocale(LC_NUMERIC, "C");
+}
+
+TEST(Element, TextToBoolean) {
+  EXPECT_EQ(convert("TRUE", PCD_TYPE_BOOL), "true");
+  EXPECT_EQ(convert("False", PCD_TYPE_BOOL), "false");
+  EXPECT_EQ(convert("1", PCD_TYPE_BOOL), "true");
+  EXPECT_EQ(convert("0", PCD_TYPE_BOOL), "false");
+  EXPECT_EQ(convert("yes", PCD_TYPE_BOOL), "FAIL");
+  EXPECT_EQ(convert("", PCD_TYPE_BOOL), "FAIL");
+  EXPECT_EQ(convert("2", PCD_TYPE_BOOL), "FAIL");
+  EXPECT_EQ(convert(" true", PCD_TYPE_BOOL), "FAIL");
+}
+
+TEST(Element, TextToTime) {
+  EXPECT_EQ(convert("2026-11-22T10:15:00.250000Z", PCD_TYPE_TIMEVAL),
+            "2026-11-22T10:15:00.250000Z");
+  EXPECT_EQ(convert("2026-11-22T10:15:00Z", PCD_TYPE_TIMEVAL),
+            "2026-11-22T10:15:00.000000Z");
+  EXPECT_EQ(convert("1970-01-01T00:00:00.5Z", PCD_TYPE_TIMEVAL),
+            "1970-01-01T00:00:00.500000Z");
+  EXPECT_EQ(convert("1700000000.5", PCD_TYPE_TIMEVAL),
+            "2023-11-14T22:13:20.500000Z");
+  EXPECT_EQ(convert("0", PCD_TYPE_TIMEVAL), "1970-01-01T00:00:00.000000Z");
+  EXPECT_EQ(convert("-1.25", PCD_TYPE_TIMEVAL),
+            "1969-12-31T23:59:58.750000Z");
+  EXPECT_EQ(convert("2026-02-30T00:00:00Z", PCD_TYPE_TIMEVAL), "FAIL");
+  EXPECT_EQ(convert("2026-11-22T10:15:00", PCD_TYPE_TIMEVAL), "FAIL");
+  EXPECT_EQ(convert("2026-11-22 10:15:00Z", PCD_TYPE_TIMEVAL), "FAIL");
+  EXPECT_EQ(convert("2026-11-22T10:15:00.Z", PCD_TYPE_TIMEVAL), "FAIL");
+  EXPECT_EQ(convert("1700000000.", PCD_TYPE_TIMEVAL), "FAIL");
+  EXPECT_EQ(convert("17e8", PCD_TYPE_TIMEVAL), "FAIL");
+  EXPECT_EQ(convert("", PCD_TYPE_TIMEVAL), "FAIL");
+
+  CElement time(tv(1700000000, 123456));
+  EXPECT_EQ(time.to_int(), 1700000000);
+  EXPECT_DOUBLE_EQ(time.to_double(), 1700000000.123456);
+  EXPECT_TRUE(time.to_bool());
+  CElement seconds(1700000000.25);
+  EXPECT_EQ(seconds.convert_type(PCD_TYPE_TIMEVAL), 0);
+  EXPECT_EQ(seconds.to_timeval().tv_sec, 1700000000);
+  EXPECT_EQ(seconds.to_timeval().tv_usec, 250000);
+  EXPECT_EQ(CElement(true).convert_type(PCD_TYPE_TIMEVAL), 1);
+  EXPECT_EQ(CElement("x").to_timeval().tv_sec, 0);
+}
+
+TEST(Element, TimevalsAreNormalised) {
+  CElement element(tv(10, -250000));
+  EXPECT_EQ(element.to_timeval().tv_sec, 9);
+  EXPECT_EQ(element.to_timeval().tv_usec, 750000);
+  EXPECT_EQ(element.to_string(), "1970-01-01T00:00:09.750000Z");
+  EXPECT_EQ(element, CElement(tv(8, 1750000)));
+  EXPECT_EQ(CElement(tv(-1, 0)).to_string(), "1969-12-31T23:59:59.000000Z");
+}
+
+TEST(Element, NumbersBetweenTypes) {
+  CElement real(-3.99);
+  EXPECT_EQ(real.to_int(), -3);  // truncated toward zero
+  EXPECT_EQ(real.to_uint(), 0u);  // saturated
+  EXPECT_EQ(real.convert_type(PCD_TYPE_UINT), 1);
+  EXPECT_EQ(real.convert_type(PCD_TYPE_INT), 0);
+  EXPECT_EQ(real.to_string(), "-3");
+
+  EXPECT_EQ(CElement(1e20).to_int(), INT32_MAX);
+  EXPECT_EQ(CElement(-1e20).to_int(), INT32_MIN);
+  EXPECT_EQ(CElement(1e20).to_uint(), UINT32_MAX);
+  EXPECT_EQ(CElement(std::nan("")).to_int(), 0);
+  CElement nan(std::nan(""));
+  EXPECT_NE(nan.convert_type(PCD_TYPE_INT), 0);
+  EXPECT_NE(nan.convert_type(PCD_TYPE_BOOL), 0);
+
+  CElement big(uint32_t{4000000000u});
+  EXPECT_EQ(big.to_string(), "4000000000");
+  EXPECT_EQ(big.to_int(), INT32_MAX);
+  EXPECT_EQ(big.to_uint(), 4000000000u);
+  EXPECT_EQ(big.convert_type(PCD_TYPE_INT), 0);
+  EXPECT_EQ(big.to_string(), "2147483647");
+
+  CElement negative(int32_t{-7});
+  EXPECT_EQ(negative.convert_type(PCD_TYPE_UINT), 1);
+  EXPECT_EQ(negative.get_type(), PCD_TYPE_INT);
+  EXPECT_EQ(negative.convert_type(PCD_TYPE_REAL), 0);
+  EXPECT_EQ(negative.to_string(), "-7");
+  EXPECT_EQ(negative.convert_type(PCD_TYPE_BOOL), 0);
+  EXPECT_EQ(negative.to_string(), "true");
+  EXPECT_EQ(negative.convert_type(PCD_TYPE_STRING), 0);
+  EXPECT_EQ(negative.to_string(), "true");
+  EXPECT_EQ(negative.get_type(), PCD_TYPE_STRING);
+
+  EXPECT_EQ(CElement("12").to_int(), 12);
+  EXPECT_EQ(CElement("12x").to_int(), 0);
+  EXPECT_EQ(CElement("-5").to_uint(), 0u);
+  EXPECT_DOUBLE_EQ(CElement("2.5").to_double(), 2.5);
+  EXPECT_DOUBLE_EQ(CElement("2.5x").to_double(), 0);
+  EXPECT_TRUE(CElement("TRUE").to_bool());
+  EXPECT_TRUE(CElement("1").to_bool());
+  EXPECT_FALSE(CElement("yes").to_bool());
+  EXPECT_TRUE(CElement(0.5).to_bool());
+  EXPECT_FALSE(CElement(int32_t{0}).to_bool());
+}
+
+TEST(Element, NoneHasNoValue) {
+  CElement none;
+  EXPECT_EQ(none.get_type(), PCD_TYPE_NONE);
+  EXPECT_EQ(none.to_string(), "");
+  EXPECT_EQ(none.get_time().tv_sec, 0);
+  EXPECT_EQ(none.to_int(), 0);
+  EXPECT_NE(none.convert_type(PCD_TYPE_INT), 0);
+  EXPECT_NE(none.convert_type(PCD_TYPE_REAL), 0);
+  EXPECT_NE(none.convert_type(PCD_TYPE_STRING), 0);
+  EXPECT_NE(CElement("1").convert_type(static_cast<data_type_t>(5)), 0);
+  EXPECT_NE(CElement("1").convert_type(static_cast<data_type_t>(7)), 0);
+
+  CElement text("abc");
+  text.set_time(tv(5, 6));
+  EXPECT_EQ(text.convert_type(PCD_TYPE_NONE), 0);
+  EXPECT_EQ(text, CElement());
+  EXPECT_EQ(text.get_time().tv_sec, 5);  // the time stamp stays
+  EXPECT_EQ(CElement(static_cast<const char*>(nullptr)).to_string(), "");
+}
+
+TEST(Element, RealTextIsShortestThatRoundTrips) {
+  EXPECT_EQ(CElement(230.4).to_string(), "230.4");
+  EXPECT_EQ(CElement(0.1).to_string(), "0.1");
+  EXPECT_EQ(CElement(1e300).to_string(), "1e+300");
+  EXPECT_EQ(CElement(100.0).to_string(), "100");
+  EXPECT_EQ(CElement(0.1 + 0.2).to_string(), "0.30000000000000004");
+  EXPECT_EQ(CElement(-0.0).to_string(), "-0");
+  EXPECT_EQ(CElement(std::numeric_limits<double>::infinity()).to_string(),
+            "inf");
+  EXPECT_EQ(CElement(-std::numeric_limits<double>::infinity()).to_string(),
+            "-inf");
+  EXPECT_EQ(CElement(-std::nan("")).to_string(), "nan");
+
+  std::mt19937_64 random(20240601);
+  std::uniform_int_distribution<uint64_t> bits;
+  int checked = 0;
+  while (checked < 20000) {
+    uint64_t pattern = bits(random);
+    double value;
+    std::memcpy(&value, &pattern, sizeof(value));
+    if (!std::isfinite(value)) continue;
+    ++checked;
+    CElement element(CElement(value).to_string());
+    ASSERT_EQ(element.convert_type(PCD_TYPE_REAL), 0);
+    ASSERT_EQ(element.to_double(), value) << CElement(value).to_string();
+  }
+  for (double value : {DBL_MIN, DBL_MAX, DBL_TRUE_MIN, 1.0 / 3, 2.0 / 3}) {
+    CElement element(CElement(value).to_string());
+    ASSERT_EQ(element.convert_type(PCD_TYPE_REAL), 0);
+    EXPECT_EQ(element.to_double(), value);
+  }
+}
+
+TEST(Element, SplitString) {
+  using Items = std::vector<std::string>;
+  EXPECT_EQ(CElement::split_string("", ';'), Items{});
+  EXPECT_EQ(CElement::split_string("a", ';'), Items{"a"});
+  EXPECT_EQ(CElement::split_string("a;;b", ';'), (Items{"a", "", "b"}));
+  EXPECT_EQ(CElement::split_string("a;b;", ';'), (Items{"a", "b"}));
+  EXPECT_EQ(CElement::split_string("a;;", ';'), (Items{"a", ""}));
+  EXPECT_EQ(CElement::split_string(";a", ';'), (Items{"", "a"}));
+  EXPECT_EQ(CElement::split_string(";", ';'), Items{""});
+  EXPECT_EQ(CElement::split_string(";;", ';'), (Items{"", ""}));
+  EXPECT_EQ(CElement::split_string("a,b;c", ','), (Items{"a", "b;c"}));
+}
+
+TEST(Element, EqualityComparesTypeAndValueNotTime) {
+  CElement a(int32_t{1});
+  CElement b(int32_t{1});
+  b.set_time(tv(100, 0));
+  EXPECT_EQ(a, b);
+  EXPECT_NE(CElement(int32_t{1}), CElement(uint32_t{1}));
+  EXPECT_NE(CElement(int32_t{1}), CElement(true));
+  EXPECT_NE(CElement("1"), CElement(int32_t{1}));
+  EXPECT_NE(CElement(1.0), CElement(2.0));
+  EXPECT_EQ(CElement(std::nan("")), CElement(std::nan("")));
+  EXPECT_NE(CElement("a"), CElement("b"));
+  EXPECT_NE(CElement(tv(1, 1)), CElement(tv(1, 2)));
+  // Setting a new value keeps the time stamp.
+  b.set_string("x");
+  EXPECT_EQ(b.get_time().tv_sec, 100);
+  b.set_time_now();
+  EXPECT_GT(b.get_time().tv_sec, 1600000000);
+}
+
+// A message catalogue compiled with msgfmt into a private folder.
+class Translation : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char pattern[] = "/tmp/element-test-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    dir_ = pattern;
+    std::string messages = dir_ + "/de_DE/LC_MESSAGES";
+    ASSERT_EQ(system(("mkdir -p " + messages).c_str()), 0);
+    std::ofstream po(dir_ + "/toolkit.po");
+    po << "msgid \"\"\nmsgstr \"Content-Type: text/plain; charset=UTF-8\\n\"\n"
+       << "msgid \"Off\"\nmsgstr \"Aus\"\n"
+       << "msgid \"On\"\nmsgstr \"Ein\"\n"
+       << "msgid \"Open\"\nmsgstr \"Offen\"\n"
+       << "msgid \"Closed\"\nmsgstr \"Geschlossen\"\n"
+       << "msgid \"Normal;Alarm\"\nmsgstr \"Gut;Schlecht\"\n"
+       << "msgid \"Voltage\"\nmsgstr \"Spannung\"\n";
+    po.close();
+    std::string compile = "msgfmt -o " + messages + "/toolkit.mo " + dir_ +
+                          "/toolkit.po";
+    ASSERT_EQ(system(compile.c_str()), 0);
+
+    boost::locale::generator generator;
+    generator.add_messages_path(dir_);
+    generator.add_messages_domain("toolkit/UTF-8");
+    generator.characters(boost::locale::char_facet);
+    german_ = generator("de_DE.UTF-8");
+  }
+
+  void TearDown() override {
+    if (!dir_.empty()) system(("rm -rf " + dir_).c_str());
+  }
+
+  std::string translate(const std::string& text) {
+    return CElement(text).to_translated_string(german_, "toolkit");
+  }
+
+  std::string dir_;
+  std::locale german_;
+};
+
+TEST_F(Translation, WholeTextThenItemByItem) {
+  EXPECT_EQ(translate("Voltage"), "Spannung");
+  EXPECT_EQ(translate("Off;On"), "Aus;Ein");
+  EXPECT_EQ(translate("1=Open;2=Closed;4=Tripped"),
+            "1=Offen;2=Geschlossen;4=Tripped");
+  EXPECT_EQ(translate("-1=Open;x=Open;=Open"), "-1=Offen;x=Open;=Open");
+  // A list that has a translation of its own is not split.
+  EXPECT_EQ(translate("Normal;Alarm"), "Gut;Schlecht");
+  EXPECT_EQ(translate("Off;;On;"), "Aus;;Ein;");
+  EXPECT_EQ(translate("Current"), "Current");
+  EXPECT_EQ(translate(""), "");
+  EXPECT_EQ(CElement(true).to_translated_string(german_, "toolkit"), "true");
+  EXPECT_EQ(CElement("On").to_translated_string(german_, "other"), "On");
+}
+
+TEST_F(Translation, WithoutMessagesTheTextIsUnchanged) {
+  EXPECT_EQ(CElement("Off;On").to_translated_string(std::locale::classic(),
+                                                     "toolkit"),
+            "Off;On");
+}
+
+}  // namespace
+}  // namespace toolkit
