@@ -1,0 +1,172 @@
+// Command-line parsing. Options are whole words; each option that takes a
+// value consumes the next argument. Unknown words are reported and parsing
+// goes on, so that every unknown word is named before the usage text.
+
+#include "host/command_line.h"
+
+#include <stdsoap2.h>  // GSOAP_VERSION: the engine we were built against
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+const char* const kVersion = "2.0.0";
+
+// The usage text in three runs around its two formatted lines.
+const char* const kUsageHead[] = {
+    "Usage: wsgated [-h deltaLog]  [-a eventLog] ",
+    "               [-s systemLog] [-t trendLog] [-m maxRecords] ",
+    "               [-p pageSize] [-c cacheSize] [-l heapLimit] ",
+    "               [-w waveFolder] [-D n] [-d] ",
+    "\t -h: Location of the historical (Delta) data log",
+    "\t -a: Location of the alarm/event log",
+    "\t -s: Location of the System event log",
+    "\t -t: Location of the Trend data log",
+    "\t -m: Maximum allowed size for Delta record requests",
+    "\t     Maximum records for Events and Trends based on this; default ",
+};
+const char* const kUsageMiddle[] = {
+    "\t -p: Use the given SQLite page size (in bytes)",
+    "\t -c: Use the given SQLite cache size (in kB)",
+    "\t -l: Use the given size (in kB) as a heap usage soft-limit for SQLite",
+    "\t -w: Location of the COMTRADE waveform files",
+};
+const char* const kUsageTail[] = {
+    "\t -d: Debug mode (don't fork a child process)",
+    "Usage: wsgated -v ",
+    "\t -v: Print version information to stdout and exit",
+    "",
+};
+
+template <size_t N>
+void PrintLines(const char* const (&lines)[N], FILE* out) {
+  for (const char* line : lines) fprintf(out, "%s\n", line);
+}
+
+// A value check: true when `value` is acceptable (it has been stored).
+typedef bool (*ValueHandler)(const char* value, CommandLine* line, FILE* err);
+
+bool SetDeltaLog(const char* v, CommandLine* l, FILE*) { l->delta_log = v; return true; }
+bool SetEventLog(const char* v, CommandLine* l, FILE*) { l->event_log = v; return true; }
+bool SetSystemLog(const char* v, CommandLine* l, FILE*) { l->system_log = v; return true; }
+bool SetTrendLog(const char* v, CommandLine* l, FILE*) { l->trend_log = v; return true; }
+bool SetWaveFolder(const char* v, CommandLine* l, FILE*) { l->wave_folder = v; return true; }
+
+// Trailing characters are tolerated ("12abc" is 12): older start scripts
+// pass values with units attached.
+bool SetMaxRecords(const char* v, CommandLine* l, FILE*) {
+  char* end = nullptr;
+  long n = strtol(v, &end, 10);
+  if (end == v || n < 0) return false;
+  l->max_delta_records = static_cast<int32_t>(n);
+  return true;
+}
+
+// Positive size; `scale` converts the unit on the line into bytes.
+bool SetSize(const char* v, const char* what, int scale, int32_t* target,
+             FILE* err) {
+  int n = atoi(v);
+  if (n < 1) {
+    fprintf(err, "Error: invalid %s: %d\n", what, n);
+    return false;
+  }
+  *target = n * scale;
+  return true;
+}
+bool SetPageSize(const char* v, CommandLine* l, FILE* e) {
+  return SetSize(v, "page size", 1, &l->sqlite_page_size, e);
+}
+bool SetCacheSize(const char* v, CommandLine* l, FILE* e) {
+  return SetSize(v, "cache size", 1024, &l->sqlite_cache_size, e);
+}
+bool SetHeapLimit(const char* v, CommandLine* l, FILE* e) {
+  return SetSize(v, "heap limit", 1024, &l->sqlite_heap_limit, e);
+}
+
+// errno is deliberately not cleared first: a stale error from start-up
+// rejects the level, as it always has on the device.
+bool SetVerbosity(const char* v, CommandLine* l, FILE* err) {
+  char* end = nullptr;
+  long n = strtol(v, &end, 10);
+  if (end == v || *end != '\0' || errno != 0) {
+    fprintf(err, "Error: invalid syslog Level: %s\n", strerror(errno));
+    return false;
+  }
+  l->verbosity = static_cast<int>(n);
+  return true;
+}
+
+struct ValueOption {
+  const char* name;
+  ValueHandler handler;
+};
+
+const ValueOption kValueOptions[] = {
+    {"-h", SetDeltaLog},   {"-a", SetEventLog},   {"-s", SetSystemLog},
+    {"-t", SetTrendLog},   {"-m", SetMaxRecords}, {"-p", SetPageSize},
+    {"-c", SetCacheSize},  {"-l", SetHeapLimit},  {"-w", SetWaveFolder},
+    {"-D", SetVerbosity},
+};
+
+const ValueOption* FindValueOption(const char* word) {
+  for (const ValueOption& option : kValueOptions) {
+    if (strcmp(word, option.name) == 0) return &option;
+  }
+  return nullptr;
+}
+
+CommandLineOutcome FailWithUsage(FILE* out) {
+  PrintUsage(out);
+  return CommandLineOutcome::kExitFailure;
+}
+
+}  // namespace
+
+void PrintUsage(FILE* out) {
+  const int max = CommandLine().max_delta_records;
+  PrintLines(kUsageHead, out);
+  fprintf(out,
+          "\t     maximums are Deltas:%d, Events:%d, and Trend snapshots:%d \n\n",
+          max, max / 4, max / 12);
+  PrintLines(kUsageMiddle, out);
+  fprintf(out, "\t -D: Set the Syslog verbosity level to 'n' (default: %d)\n\n",
+          CommandLine().verbosity);
+  PrintLines(kUsageTail, out);
+}
+
+void PrintVersion(const char* program, FILE* out) {
+  fprintf(out, "%s: version %s\n", program, kVersion);
+  fprintf(out, "gsoap: version %d\n", GSOAP_VERSION);
+  fprintf(out, "Build date: %s %s\n", __DATE__, __TIME__);
+  fprintf(out, "%s\n", "$Revision: 66949 $\n");
+}
+
+CommandLineOutcome ParseCommandLine(int argc, char* const* argv,
+                                    CommandLine* line, FILE* out, FILE* err) {
+  bool unknown = false;
+  for (int i = 1; i < argc; ++i) {
+    const char* word = argv[i];
+    if (strcmp(word, "-d") == 0) {
+      line->fork = false;
+    } else if (const ValueOption* option = FindValueOption(word)) {
+      if (i + 1 >= argc) {
+        fprintf(out, "Missing field for: %s \n", word);
+        return FailWithUsage(out);
+      }
+      const char* value = argv[++i];
+      if (value[0] == '\0' || !option->handler(value, line, err)) {
+        fprintf(out, "Bad field: %s \n", value);
+        return FailWithUsage(out);
+      }
+    } else if (strcmp(word, "-v") == 0) {
+      PrintVersion(argv[0], out);
+      return CommandLineOutcome::kExitSuccess;
+    } else {
+      fprintf(out, "Unknown parameter: %s \n", word);
+      unknown = true;
+    }
+  }
+  return unknown ? FailWithUsage(out) : CommandLineOutcome::kRun;
+}

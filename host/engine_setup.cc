@@ -1,0 +1,17 @@
+// Engine limits and modes.
+
+#include "host/engine_setup.h"
+
+#include <stdsoap2.h>
+
+void ApplyInputLimits(struct soap* soap) {
+  soap->maxlevel = kMaxXmlDepth;
+  soap->maxlength = kMaxTextLength;
+  soap->maxoccurs = kMaxOccurs;
+  soap->recv_maxlength = kMaxMessageBytes;
+}
+
+void EnableUtf8Modes(struct soap* soap) {
+  soap_imode(soap, soap->imode | SOAP_C_UTFSTRING | SOAP_IO_KEEPALIVE);
+  soap_omode(soap, soap->omode | SOAP_IO_KEEPALIVE);
+}

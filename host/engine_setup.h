@@ -1,0 +1,36 @@
+// The gSOAP engine's limits and modes.
+//
+// Input limits protect the single-threaded daemon from requests that would
+// take all its memory or time; they are far above anything a real client
+// sends, and deliberately not so low that a reply could hit them: the
+// engine applies the nesting limit to output too and silently writes
+// nothing when a reply is deeper.
+//
+//   nesting depth      kMaxXmlDepth        256 levels (replies use < 12)
+//   text length        kMaxTextLength      4 MiB per string
+//   repeated items     kMaxOccurs          100000 per array
+//   message size       kMaxMessageBytes    16 MiB (nginx client_max_body_size)
+//
+// The engine has no DTD support: a DOCTYPE is not processed and entities
+// declared in one are never expanded.
+
+#ifndef HOST_ENGINE_SETUP_H_
+#define HOST_ENGINE_SETUP_H_
+
+#include <cstddef>
+
+struct soap;
+
+constexpr unsigned kMaxXmlDepth = 256;
+constexpr long kMaxTextLength = 4L * 1024 * 1024;
+constexpr size_t kMaxOccurs = 100000;
+constexpr unsigned long kMaxMessageBytes = 16UL * 1024 * 1024;
+
+// Set the input limits above on `soap`.
+void ApplyInputLimits(struct soap* soap);
+
+// Strings keep their UTF-8 content and replies may keep the connection;
+// used only once locale support is set up, as translated texts are UTF-8.
+void EnableUtf8Modes(struct soap* soap);
+
+#endif  // HOST_ENGINE_SETUP_H_

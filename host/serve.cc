@@ -1,0 +1,64 @@
+// The logged serve sequence.
+
+#include "host/serve.h"
+
+#include <stdsoap2.h>
+
+#include <exception>
+
+#include "platform/syslog.h"
+
+// Generated from the contract: dispatch by the body's first element.
+SOAP_FMAC5 int SOAP_FMAC6 soap_serve_request(struct soap* soap);
+
+using toolkit::g_syslog;
+
+namespace {
+
+// Codes above 999 are the engine's stop codes: the exchange is over and no
+// reply may follow; lower ones (engine errors, HTTP statuses) get a fault.
+const int kLastFaultCode = 999;
+
+int ReleaseRequestMemory(struct soap* soap) {
+  soap_destroy(soap);
+  soap_end(soap);
+  return 0;
+}
+
+int ParseAndDispatch(struct soap* soap) {
+  if (soap_envelope_begin_in(soap) || soap_recv_header(soap) ||
+      soap_body_begin_in(soap) || soap_serve_request(soap)) {
+    return soap->error;
+  }
+  if (soap->fserveloop && soap->fserveloop(soap)) return soap->error;
+  return SOAP_OK;
+}
+
+}  // namespace
+
+int ServeSoapMessage(struct soap* soap) {
+  try {
+    soap_begin(soap);
+    if (soap_begin_recv(soap)) {
+      if (g_syslog) {
+        g_syslog->err(0, "Failed on soap_begin_recv, soap->error = 0x%X; ",
+                      static_cast<unsigned>(soap->error));
+      }
+      if (soap->error <= kLastFaultCode) soap_send_fault(soap);
+      soap_closesock(soap);
+      return ReleaseRequestMemory(soap);
+    }
+    if (ParseAndDispatch(soap) != SOAP_OK) {
+      if (g_syslog) g_syslog->err(0, "Failed in soap processing; ");
+      soap_send_fault(soap);
+    }
+    return ReleaseRequestMemory(soap);
+  } catch (const std::exception& e) {
+    if (g_syslog) g_syslog->err(0, "Exception in soap_serve processing: %s", e.what());
+    // A throw can leave the engine without an error, and the engine sends
+    // no fault for "no error": the caller would get no answer at all.
+    if (soap->error == SOAP_OK) soap->error = SOAP_SVR_FAULT;
+    soap_send_fault(soap);
+    return ReleaseRequestMemory(soap);
+  }
+}

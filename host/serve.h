@@ -1,0 +1,17 @@
+// One SOAP exchange, step by step.
+//
+// This is the engine's own serve sequence written out, so that a failure
+// is logged with the step and the engine's code: begin, receive, envelope,
+// header, body, dispatch (soap_serve_request, generated from the contract).
+
+#ifndef HOST_SERVE_H_
+#define HOST_SERVE_H_
+
+struct soap;
+
+// Parse the request on the engine's input, dispatch it and send the
+// response or a fault. Always returns 0: failures are logged and answered.
+// The engine's per-request memory is released before returning.
+int ServeSoapMessage(struct soap* soap);
+
+#endif  // HOST_SERVE_H_

@@ -1,0 +1,126 @@
+// Termination flag and crash back trace.
+
+#include "host/signals.h"
+
+#include <cxxabi.h>
+#include <execinfo.h>
+#include <syslog.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+volatile sig_atomic_t g_terminate = 0;
+
+namespace {
+
+// Bits 1, 2, 3 and 15: SIGHUP, SIGINT, SIGQUIT, SIGTERM.
+const unsigned long kTerminationMask = 0x800e;
+const int kTerminationSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM};
+const int kCrashSignals[] = {SIGQUIT, SIGILL,  SIGTRAP, SIGABRT,
+                             SIGBUS,  SIGFPE,  SIGSEGV, SIGSTKFLT};
+const int kMaxFrames = 512;
+const size_t kMaxFrameText = 384;
+
+void OnTermination(int signal_number) {
+  if (signal_number > 0 && signal_number < 32 &&
+      ((kTerminationMask >> signal_number) & 1) != 0) {
+    g_terminate = 1;
+  }
+}
+
+void OnCrash(int signal_number, siginfo_t*, void*) {
+  WriteBackTrace(strsignal(signal_number));
+  exit(signal_number);
+}
+
+void SetDisposition(int signal_number, void (*handler)(int)) {
+  struct sigaction action;
+  memset(&action, 0, sizeof action);
+  action.sa_handler = handler;
+  sigemptyset(&action.sa_mask);
+  sigaction(signal_number, &action, nullptr);
+}
+
+// The mangled symbol of a frame text "file(symbol+0x12) [0x...]": after the
+// first "(" up to the next "+" or ")". Empty when there is none.
+void ExtractSymbol(const char* frame, char* symbol, size_t size) {
+  symbol[0] = '\0';
+  const char* open = strchr(frame, '(');
+  if (open == nullptr) return;
+  size_t length = strcspn(open + 1, "+)");
+  if (length >= size) length = size - 1;
+  memcpy(symbol, open + 1, length);
+  symbol[length] = '\0';
+}
+
+void WriteFrame(long index, const char* frame) {
+  if (strstr(frame, " [0x") == nullptr) {
+    fprintf(stderr, "[%ld] %s \n", index, frame);
+    syslog(LOG_CRIT, "[%ld] %s ", index, frame);
+    return;
+  }
+  char text[kMaxFrameText + 1];
+  snprintf(text, sizeof text, "%s", frame);
+  char symbol[kMaxFrameText + 1];
+  ExtractSymbol(text, symbol, sizeof symbol);
+  int status = -1;
+  char* demangled = abi::__cxa_demangle(symbol, nullptr, nullptr, &status);
+  if (status == 0 && demangled != nullptr) {
+    if (demangled[0] != '?') {
+      fprintf(stderr, "[%ld] %s \n", index, demangled);
+      syslog(LOG_CRIT, "[%ld] %s %s", index, demangled, text);
+    }
+  } else {
+    fprintf(stderr, "[%ld] %s", index, text);
+    syslog(LOG_CRIT, "[%ld] %s", index, text);
+  }
+  free(demangled);
+}
+
+}  // namespace
+
+void InstallTerminationHandler() {
+  for (int signal_number : kTerminationSignals) {
+    SetDisposition(signal_number, OnTermination);
+  }
+}
+
+void InstallCrashHandler() {
+  // Blocked while being replaced, so a fault between two sigaction calls
+  // cannot reach a half-installed set.
+  sigset_t blocked;
+  sigemptyset(&blocked);
+  for (int signal_number : kCrashSignals) sigaddset(&blocked, signal_number);
+  sigprocmask(SIG_BLOCK, &blocked, nullptr);
+  for (int signal_number : kCrashSignals) {
+    struct sigaction action;
+    memset(&action, 0, sizeof action);
+    action.sa_sigaction = OnCrash;
+    action.sa_flags = SA_SIGINFO;
+    sigemptyset(&action.sa_mask);
+    sigaction(signal_number, &action, nullptr);
+  }
+  sigprocmask(SIG_UNBLOCK, &blocked, nullptr);
+}
+
+void RestoreTerminationDefaults() {
+  for (int signal_number : kTerminationSignals) {
+    SetDisposition(signal_number, SIG_DFL);
+  }
+}
+
+void WriteBackTrace(const char* signal_name) {
+  void* frames[kMaxFrames];
+  int count = backtrace(frames, kMaxFrames);
+  char** texts = backtrace_symbols(frames, count);
+  fprintf(stderr, "\n###### BACK TRACE START (%s) ######\n", signal_name);
+  syslog(LOG_CRIT, "###### BACK TRACE START (%s) ######", signal_name);
+  for (int i = 0; texts != nullptr && i < count; ++i) {
+    WriteFrame(i, texts[i]);
+  }
+  fprintf(stderr, "###### BACK TRACE END (%s) ######\n", signal_name);
+  syslog(LOG_CRIT, "###### BACK TRACE END (%s) ######", signal_name);
+  fflush(stderr);
+  free(texts);
+}
