@@ -1,0 +1,155 @@
+#!/usr/bin/env bash
+# Behaviour of cdsctl as scripts see it: exit codes (0 done, 1 bad usage,
+# 2 store cannot be opened, 3 operation failed), messages on standard error,
+# values on standard output, and export/create round trips.
+#
+# usage: test_cdsctl.sh CDSCTL SAMPLE_SEED
+set -uo pipefail
+
+cdsctl=$1
+sample=$2
+work=$(mktemp -d "${TMPDIR:-/tmp}/cdsctl-test.XXXXXX")
+trap 'rm -rf "$work"' EXIT
+# Never touch a real store: every run names its own.
+export TOOLKIT_CDS_PATH="$work/env.db"
+store="$work/cds.db"
+
+failures=0
+fail() { echo "FAIL: $*" >&2; failures=$((failures + 1)); }
+
+# expect STATUS CMD... : runs cdsctl, keeps stdout/stderr in $out/$err.
+expect() {
+  local want=$1; shift
+  "$cdsctl" "$@" >"$work/out" 2>"$work/err"
+  local got=$?
+  out=$(cat "$work/out"); err=$(cat "$work/err")
+  [ "$got" -eq "$want" ] || fail "cdsctl $* exited $got, wanted $want ($err)"
+}
+contains() {  # contains TEXT NEEDLE WHAT
+  case "$1" in *"$2"*) ;; *) fail "$3: '$2' not in: $1" ;; esac
+}
+
+# --- usage ---------------------------------------------------------------
+expect 0 --help
+contains "$out" "usage: cdsctl" "help"
+expect 1
+contains "$err" "no command given" "no command"
+expect 1 frobnicate
+contains "$err" "unknown command 'frobnicate'" "unknown command"
+expect 1 --store
+contains "$err" "--store needs a value" "store option"
+expect 1 --store "$store" set /A
+contains "$err" "set needs a path and a value" "set arity"
+expect 1 --store "$store" show --depth many
+contains "$err" "needs a number" "depth"
+expect 1 --store "$store" get --bogus /A
+contains "$err" "unknown option '--bogus'" "unknown option"
+expect 1 --store "$store" user set alice Wizard
+contains "$err" "unknown role 'Wizard'" "role"
+expect 1 --store "$store" create "$work/missing.seed"
+contains "$err" "cannot read seed file" "missing seed"
+[ ! -e "$store" ] || fail "a missing seed file must not create the store"
+
+# --- the store cannot be opened ------------------------------------------
+expect 2 --store "$work/nowhere.db" get /Value
+contains "$err" "cannot open store $work/nowhere.db" "missing store"
+expect 2 get /Value  # the environment's store does not exist either
+contains "$err" "$TOOLKIT_CDS_PATH" "store from the environment"
+echo "not a database" >"$work/junk.db"
+expect 2 --store "$work/junk.db" show
+
+# --- create, set, get ----------------------------------------------------
+expect 0 --store "$store" create "$sample"
+expect 3 --store "$store" create
+contains "$err" "--replace" "create over an existing store"
+expect 0 --store "$store" get /Software/Locales/Value
+[ "$out" = "en_US;de_DE;fr_FR" ] || fail "locales read '$out'"
+
+expect 0 --store "$store" set /Devices/UPS1/LowBatteryThreshold 30
+expect 0 --store "$store" get /Devices/UPS1/LowBatteryThreshold
+[ "$out" = "30" ] || fail "threshold read '$out'"
+expect 3 --store "$store" set /Devices/UPS1/LowBatteryThreshold thirty
+contains "$err" "TYPE_MISMATCH" "text into an Integer"
+expect 0 --store "$store" get /Devices/UPS1/LowBatteryThreshold
+[ "$out" = "30" ] || fail "a refused write changed the value to '$out'"
+
+# State texts are accepted for booleans and multistates.
+expect 0 --store "$store" set /Devices/UPS1/BeeperEnabled Disabled
+expect 0 --store "$store" get /Devices/UPS1/BeeperEnabled
+[ "$out" = "false" ] || fail "beeper read '$out'"
+expect 0 --store "$store" set /Devices/UPS1/OperatingMode Bypass
+expect 0 --store "$store" get /Devices/UPS1/OperatingMode
+[ "$out" = "2" ] || fail "operating mode read '$out'"
+
+# --type decides over the leaf's type; --persist marks it.
+expect 0 --store "$store" set /Devices/Meter1/Status:Comment 12 --type Real --persist
+expect 0 --store "$store" show /Devices/Meter1/Status
+contains "$out" "Comment (Real) = 12 [persistent]" "typed, persistent write"
+expect 1 --store "$store" set /A 1 --type Complex
+contains "$err" "unknown type 'Complex'" "bad type"
+
+# Several paths: one line each, failures named on stderr.
+expect 3 --store "$store" get /ReadOnlyCDS/Value /Devices/Nope/Value
+contains "$out" "/ReadOnlyCDS/Value = false" "multi get"
+contains "$err" "get /Devices/Nope/Value: NO_NODE" "multi get failure"
+
+# --- structure -----------------------------------------------------------
+expect 0 --store "$store" add /Devices/Meter2
+expect 3 --store "$store" add /Devices/Meter2
+contains "$err" "EXISTS" "add twice"
+expect 0 --store "$store" remove /Devices/Meter2
+expect 3 --store "$store" remove /Devices/Meter2
+contains "$err" "NO_NODE" "remove twice"
+expect 0 --store "$store" clear /Devices/Meter1/Status:Comment
+expect 3 --store "$store" get /Devices/Meter1/Status:Comment
+
+expect 0 --store "$store" show /Devices --depth 1
+contains "$out" "UPS1" "show depth 1"
+case "$out" in *BeeperEnabled*) fail "show --depth 1 went too deep" ;; esac
+
+# --- security ------------------------------------------------------------
+expect 0 --store "$store" user set alice operator
+expect 0 --store "$store" anonymous Viewer
+expect 0 --store "$store" users
+contains "$out" "alice Operator" "user listed"
+contains "$out" "viewer Viewer" "sample user listed"
+contains "$out" "(anonymous) Viewer" "anonymous role"
+expect 0 --store "$store" user remove alice
+expect 3 --store "$store" user remove alice
+expect 0 --store "$store" rule set Breakers /Devices/Breaker1 Operator Administrator
+expect 0 --store "$store" get /Software/Security/Access/Breakers/Read/Value
+[ "$out" = "Operator" ] || fail "rule read role '$out'"
+expect 0 --store "$store" rule remove Breakers
+
+# --- attribute table ------------------------------------------------------
+expect 0 attributes
+contains "$out" "HighAlarmLimit" "attribute table"
+expect 0 attributes --markdown
+contains "$out" "| 0 | \`Value\` |" "markdown table"
+
+# --- export -> create round trip ------------------------------------------
+expect 0 --store "$store" export
+echo "$out" >"$work/exported.seed"
+expect 0 --store "$work/copy.db" create "$work/exported.seed"
+expect 0 --store "$work/copy.db" export
+[ "$out" = "$(cat "$work/exported.seed")" ] || fail "export of the copy differs"
+expect 0 --store "$work/copy.db" get /Devices/UPS1/LowBatteryThreshold
+[ "$out" = "30" ] || fail "copy holds '$out'"
+expect 3 --store "$store" export /Devices/Nope
+contains "$err" "NO_NODE" "export of a missing node"
+
+# A bad seed names file and line, and changes nothing.
+printf '[/Fresh]\nValue = 1\nnonsense\n' >"$work/bad.seed"
+expect 3 --store "$store" load "$work/bad.seed"
+contains "$err" "bad.seed:3: expected 'attribute = value'" "seed error"
+expect 3 --store "$store" get /Fresh
+
+# --replace starts from an empty store.
+expect 0 --store "$store" create --replace
+expect 3 --store "$store" get /Software/Locales/Value
+
+if [ "$failures" -ne 0 ]; then
+  echo "$failures check(s) failed" >&2
+  exit 1
+fi
+echo "all cdsctl checks passed"
