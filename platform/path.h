@@ -20,7 +20,10 @@
 //
 // Normalising removes repeated and trailing slashes and writes the path in
 // its canonical form "<node>/<attribute><sub>"; "/A//B/" becomes "/A/B/Value".
-// The root node is "/", so the root's Value is "/Value".
+// The root node is "/", so the root's Value is "/Value". An attribute that
+// the slash form would read as a node (a stored name that is neither
+// well-known nor dotted) is written in the colon form, "/A/B:MyAttribute",
+// so that every canonical text parses back to the same leaf.
 
 #ifndef PLATFORM_PATH_H_
 #define PLATFORM_PATH_H_
@@ -50,7 +53,8 @@ class CPath {
   bool is_valid() const { return valid_; }
   const std::string& original() const { return original_; }
 
-  // Canonical text "<node>/<attribute><sub>" ("" when invalid).
+  // Canonical text "<node>/<attribute><sub>" ("" when invalid; colon form
+  // as explained above).
   std::string getPath() const;
   // Node part: "/A/B" ("/" for the root).
   const std::string& getNodePath() const { return node_; }
@@ -75,7 +79,8 @@ class CPath {
                             std::string& last);
   int LopLastSubpath(std::string& parent, std::string& last) const;
 
-  // Path of another attribute of this path's node: "<node>/<attribute>".
+  // Path of another attribute of this path's node: "<node>/<attribute>"
+  // (colon form as above; "" when this path is invalid).
   std::string getNewPathStr(const std::string& attribute) const;
   // The same as a CPath, already normalised.
   CPath getNewPath(const std::string& attribute) const;

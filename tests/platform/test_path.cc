@@ -1,0 +1,270 @@
+// CPath: the grammar, normalisation, refusals, splitting and the node-name
+// escaping that subscriptions rely on.
+
+#include "platform/path.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+namespace toolkit {
+namespace {
+
+struct Parsed {
+  const char* text;
+  const char* node;
+  const char* attribute;
+  const char* sub;
+  bool explicit_attribute;
+  const char* canonical;
+};
+
+TEST(Path, GrammarAndCanonicalForm) {
+  const Parsed cases[] = {
+      // Nodes only: the attribute is Value.
+      {"/", "/", "Value", "", false, "/Value"},
+      {"/A", "/A", "Value", "", false, "/A/Value"},
+      {"/A//B/", "/A/B", "Value", "", false, "/A/B/Value"},
+      {"///", "/", "Value", "", false, "/Value"},
+      {"/Data Servers/WS-Publisher", "/Data Servers/WS-Publisher", "Value",
+       "", false, "/Data Servers/WS-Publisher/Value"},
+      // Node names may hold dots; only a leading dot makes an attribute.
+      {"/Devices/Meter.1", "/Devices/Meter.1", "Value", "", false,
+       "/Devices/Meter.1/Value"},
+      {"/A/B.Time", "/A/B.Time", "Value", "", false, "/A/B.Time/Value"},
+      {"/A/Value.", "/A/Value.", "Value", "", false, "/A/Value./Value"},
+      // Slash form with well-known and dotted attributes.
+      {"/A/Value", "/A", "Value", "", true, "/A/Value"},
+      {"/A/B/Units", "/A/B", "Units", "", true, "/A/B/Units"},
+      {"/Value", "/", "Value", "", true, "/Value"},
+      {"/Children", "/", "Children", "", true, "/Children"},
+      {"/A/.Quality", "/A", ".Quality", "", true, "/A/.Quality"},
+      {"/A/.Custom", "/A", ".Custom", "", true, "/A/.Custom"},
+      {"/A/B/Value/", "/A/B", "Value", "", true, "/A/B/Value"},
+      // Sub-attributes.
+      {"/A/Value.Time", "/A", "Value", ".Time", true, "/A/Value.Time"},
+      {"/A/.Quality.Time", "/A", ".Quality", ".Time", true,
+       "/A/.Quality.Time"},
+      {"/A/Units.Source.x", "/A", "Units", ".Source.x", true,
+       "/A/Units.Source.x"},
+      // Colon form: everything before the colon is a node.
+      {"/A/B:Value", "/A/B", "Value", "", true, "/A/B/Value"},
+      {"/A/B/:Units", "/A/B", "Units", "", true, "/A/B/Units"},
+      {"/:Children", "/", "Children", "", true, "/Children"},
+      {"/A/Value:Units", "/A/Value", "Units", "", true, "/A/Value/Units"},
+      {"/A:MyAttribute", "/A", "MyAttribute", "", true, "/A:MyAttribute"},
+      {"/:Mine", "/", "Mine", "", true, "/:Mine"},
+      {"/A:MyAttribute.Time", "/A", "MyAttribute", ".Time", true,
+       "/A:MyAttribute.Time"},
+      {"/A:.Quality.AttribType", "/A", ".Quality", ".AttribType", true,
+       "/A/.Quality.AttribType"},
+      {"/A//B//:Value.Time", "/A/B", "Value", ".Time", true,
+       "/A/B/Value.Time"},
+      // UTF-8 names pass through.
+      {"/Zähler/Spannung", "/Zähler/Spannung", "Value", "", false,
+       "/Zähler/Spannung/Value"},
+  };
+  for (const Parsed& c : cases) {
+    SCOPED_TRACE(c.text);
+    CPath path(c.text);
+    ASSERT_EQ(path.normalize(), 0);
+    EXPECT_TRUE(path.is_valid());
+    EXPECT_EQ(path.getNodePath(), c.node);
+    EXPECT_EQ(path.getPathAttribute(), c.attribute);
+    EXPECT_EQ(path.getSubAttribute(), c.sub);
+    EXPECT_EQ(path.hasExplicitAttribute(), c.explicit_attribute);
+    EXPECT_EQ(path.getPath(), c.canonical);
+    EXPECT_EQ(path.original(), c.text);
+    // The canonical text names the same leaf.
+    CPath again(path.getPath());
+    ASSERT_EQ(again.normalize(), 0);
+    EXPECT_EQ(again.getNodePath(), path.getNodePath());
+    EXPECT_EQ(again.getPathAttribute(), path.getPathAttribute());
+    EXPECT_EQ(again.getSubAttribute(), path.getSubAttribute());
+  }
+}
+
+TEST(Path, RefusalsGiveTheirReason) {
+  const std::pair<std::string, int> cases[] = {
+      {"", 1},
+      {"A/B", 2},
+      {":Value", 2},
+      {" /A", 2},
+      {"/A\tB", 3},
+      {"/A\nB", 3},
+      {"/A/B:Val\x7Fue", 3},
+      {std::string("/A\0B", 4), 3},
+      {"/.", 4},
+      {"/..", 4},
+      {"/A/./B", 4},
+      {"/A/../B", 4},
+      {"/A/..:Value", 4},
+      {"/A/.Quality/B", 5},
+      {"/.Hidden/B", 5},
+      {"/A:", 5},
+      {"/A:.", 5},
+      {"/A:..", 5},
+      {"/A:B/C", 5},
+      {"/A:B:C", 5},
+      {"/A:.Quality.", 5},
+      {"/A/.Quality.", 5},
+      {"/A/...x", 5},
+      {"/A:Value.", 5},
+      {"/" + std::string(1024, 'a'), 6},
+  };
+  for (const auto& [text, reason] : cases) {
+    SCOPED_TRACE(text);
+    CPath path(text);
+    EXPECT_EQ(path.normalize(), reason);
+    EXPECT_FALSE(path.is_valid());
+    EXPECT_EQ(path.getPath(), "");
+    EXPECT_EQ(path.getNewPathStr("Units"), "");
+  }
+  CPath longest("/" + std::string(1023, 'a'));
+  EXPECT_EQ(longest.normalize(), 0);
+  CPath none(static_cast<const char*>(nullptr));
+  EXPECT_EQ(none.normalize(), 1);
+}
+
+TEST(Path, SetReplacesAndInvalidates) {
+  CPath path("/A/B");
+  ASSERT_EQ(path.normalize(), 0);
+  path.set("/C:Units");
+  EXPECT_FALSE(path.is_valid());
+  ASSERT_EQ(path.normalize(), 0);
+  EXPECT_EQ(path.getPath(), "/C/Units");
+  // A failed parse leaves nothing of the previous one behind.
+  path.set("/D/./E");
+  EXPECT_NE(path.normalize(), 0);
+  EXPECT_EQ(path.getNodePath(), "");
+  EXPECT_EQ(path.getPathAttribute(), "");
+  EXPECT_FALSE(path.hasExplicitAttribute());
+}
+
+TEST(Path, SecondFlagMarksLeavesComputedFromTheNode) {
+  const std::pair<const char*, bool> cases[] = {
+      {"/A/Children", true},    {"/A:Attributes", true},
+      {"/A/ChildCount", true},  {"/A/Name", true},
+      {"/A/Name.Time", true},   {"/A", false},
+      {"/A/Value", false},      {"/A/.ChangeCount", false},
+      {"/A/Units", false},      {"/A/Children/B", false},
+  };
+  for (const auto& [text, flag] : cases) {
+    CPath path(text);
+    ASSERT_EQ(path.normalize(), 0) << text;
+    EXPECT_EQ(path.getSecondPathFlag(), flag) << text;
+  }
+  CPath path("/A/Children");
+  ASSERT_EQ(path.normalize(), 0);
+  path.set("/A");
+  ASSERT_EQ(path.normalize(), 0);
+  EXPECT_FALSE(path.getSecondPathFlag());
+}
+
+TEST(Path, LopLastSubpath) {
+  struct {
+    const char* text;
+    const char* parent;
+    const char* last;
+  } cases[] = {
+      {"/A/B/Value", "/A/B", "Value"}, {"/A", "/", "A"},
+      {"/", "/", ""},                  {"/A/B:Children", "/A/B", "Children"},
+      {"/A/", "/A", ""},               {"/A/Value.Time", "/A", "Value.Time"},
+      {"A", "", "A"},                  {":B", "", "B"},
+  };
+  for (const auto& c : cases) {
+    std::string parent = "x", last = "x";
+    EXPECT_EQ(CPath::LopLastSubpath(c.text, parent, last), 0) << c.text;
+    EXPECT_EQ(parent, c.parent) << c.text;
+    EXPECT_EQ(last, c.last) << c.text;
+  }
+  std::string parent = "x", last = "x";
+  EXPECT_EQ(CPath::LopLastSubpath("", parent, last), 1);
+  EXPECT_EQ(parent, "");
+  EXPECT_EQ(last, "");
+
+  // The member works on the canonical text once normalised.
+  CPath path("/A//B/");
+  EXPECT_EQ(path.LopLastSubpath(parent, last), 0);
+  EXPECT_EQ(parent, "/A//B");
+  ASSERT_EQ(path.normalize(), 0);
+  EXPECT_EQ(path.LopLastSubpath(parent, last), 0);
+  EXPECT_EQ(parent, "/A/B");
+  EXPECT_EQ(last, "Value");
+}
+
+TEST(Path, NewPathOfAnotherAttribute) {
+  CPath path("/A/B/Value.Time");
+  ASSERT_EQ(path.normalize(), 0);
+  EXPECT_EQ(path.getNewPathStr("Value"), "/A/B/Value");
+  EXPECT_EQ(path.getNewPathStr(".AlarmOnValue"), "/A/B/.AlarmOnValue");
+  EXPECT_EQ(path.getNewPathStr("Mine"), "/A/B:Mine");
+  CPath other = path.getNewPath("PossibleValues");
+  EXPECT_TRUE(other.is_valid());
+  EXPECT_EQ(other.getNodePath(), "/A/B");
+  EXPECT_EQ(other.getPathAttribute(), "PossibleValues");
+  EXPECT_EQ(other.getSubAttribute(), "");
+
+  CPath root("/");
+  ASSERT_EQ(root.normalize(), 0);
+  EXPECT_EQ(root.getNewPathStr("Children"), "/Children");
+  EXPECT_EQ(root.getNewPath("Mine").getPathAttribute(), "Mine");
+  EXPECT_EQ(root.getNewPath("Mine").getNodePath(), "/");
+}
+
+TEST(Path, NodeNames) {
+  EXPECT_EQ(CPath::PathToNodeName("/Devices/Meter.1/Voltage"),
+            "Devices.Meter%2E1.Voltage");
+  EXPECT_EQ(CPath::PathToNodeName("/A:Units"), "A%3AUnits");
+  EXPECT_EQ(CPath::PathToNodeName("/100%"), "100%25");
+  EXPECT_EQ(CPath::PathToNodeName("//A"), "%2FA");
+  EXPECT_EQ(CPath::PathToNodeName("/.Quality"), "%2EQuality");
+  EXPECT_EQ(CPath::PathToNodeName("/A\tB"), "A%09B");
+  EXPECT_EQ(CPath::PathToNodeName("/A/"), "A.");
+  EXPECT_EQ(CPath::PathToNodeName("/"), "");
+  EXPECT_EQ(CPath::PathToNodeName(""), "");
+  EXPECT_EQ(CPath::PathToNodeName("A/B"), "");
+
+  EXPECT_EQ(CPath::DottedPathToNodePath("Devices.Meter%2E1.Voltage"),
+            "/Devices/Meter.1/Voltage");
+  EXPECT_EQ(CPath::DottedPathToNodePath("a%3ab"), "/a:b");
+  EXPECT_EQ(CPath::DottedPathToNodePath(""), "");
+  EXPECT_EQ(CPath::DottedPathToNodePath("A%"), "");
+  EXPECT_EQ(CPath::DottedPathToNodePath("A%2"), "");
+  EXPECT_EQ(CPath::DottedPathToNodePath("A%G0"), "");
+  EXPECT_EQ(CPath::DottedPathToNodePath("%0G"), "");
+}
+
+// Any path text survives the trip through a node name, and the name is
+// always usable as the name of one node.
+TEST(Path, NodeNamesRoundTripForAnyPath) {
+  const std::string alphabet[] = {"/", "/", "/", ".", ".", ":", "%", "%2E",
+                                  "a", "Z", "0", "9", " ", "\xC3\xA4",
+                                  "\xE2\x82\xAC", "\x01", "\t", "\x7F",
+                                  std::string(1, '\0'), "\xFF", "F"};
+  std::mt19937 random(424242);
+  std::uniform_int_distribution<size_t> pick(0, std::size(alphabet) - 1);
+  std::uniform_int_distribution<int> length(0, 24);
+  for (int round = 0; round < 5000; ++round) {
+    std::string path = "/";
+    for (int i = length(random); i > 0; --i) path += alphabet[pick(random)];
+    std::string name = CPath::PathToNodeName(path);
+    if (path.size() == 1) {
+      EXPECT_EQ(name, "");
+      continue;
+    }
+    ASSERT_FALSE(name.empty()) << path;
+    EXPECT_EQ(name.find('/'), std::string::npos) << path;
+    EXPECT_EQ(name.find(':'), std::string::npos) << path;
+    EXPECT_NE(name[0], '.') << path;
+    ASSERT_EQ(CPath::DottedPathToNodePath(name), path) << name;
+    // The name is a valid single node under any parent.
+    CPath child("/Parent/" + name + ":Value");
+    ASSERT_EQ(child.normalize(), 0) << name;
+    EXPECT_EQ(child.getNodePath(), "/Parent/" + name);
+  }
+}
+
+}  // namespace
+}  // namespace toolkit
