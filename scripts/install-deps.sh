@@ -11,7 +11,7 @@ packages=(
   libgtest-dev googletest
   nginx apache2-utils gettext
   python3 python3-zeep python3-lxml
-  wrk curl procps
+  wrk curl procps tzdata
 )
 
 missing=()
