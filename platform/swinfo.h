@@ -43,6 +43,8 @@ struct tagnval {
 class CCds_SwInfo {
  public:
   CCds_SwInfo();
+  // Remembers the node without writing to the store (bind() does that), so
+  // that template filling can use any node.
   CCds_SwInfo(CCds* cds, const std::string& nodePath);
 
   // Bind to `nodePath` (creating it as described above). Returns 0 on
