@@ -2,8 +2,9 @@
 //
 // Each caller (by remote address) gets a numbered entry, kept in memory with
 // an opaque piece of user data and shown in the store as a child of the
-// bound node: "<node>/<number>" with the points Scheme, Address, Host, User,
-// Opened, LastSeen and Requests. To keep requests cheap, LastSeen and
+// bound node: "<node>/<number>" with the points Scheme, RemoteAddress
+// ("Address" is a well-known attribute name, so no node may bear it), Host,
+// User, Opened, LastSeen and Requests. To keep requests cheap, LastSeen and
 // Requests are written to the store only when CheckAllConnxns runs;
 // entries idle longer than the idle limit are then removed.
 
