@@ -1,0 +1,241 @@
+// The connection behind a pcd_handle_t: the SQLite database, its prepared
+// statements, transaction scopes and the value encoding of the store.
+//
+// Internal to the toolkit library (cds*.cc, security.cc); programs use
+// cds.h. Everything here runs on the thread that owns the handle: a
+// connection is not shared between threads (the database is opened without
+// SQLite's own mutex, and the statement cache is reused call after call).
+//
+// Store layout (schema version kSchemaVersion, checked on open):
+//   meta(key, value)                  schema_version, security_generation
+//   node(id, path, parent, name)      one row per node; "/" is the root.
+//                                     Children are listed in id order, which
+//                                     is creation order.
+//   leaf(node, attr, seq, type, value, sec, usec, prop, changes, writer)
+//                                     one row per stored attribute; `seq`
+//                                     gives the creation order within the
+//                                     node, `changes` counts the writes.
+//   events(queue_id, queued_us, payload)   durable event queue (capped)
+//   watchdog(name, pid, period, last_ping_us)
+//   syslog(id, time_us, level, message)    system event log (capped)
+//
+// Values: Boolean, Unsigned and Integer are SQLite integers, Real a double
+// (NaN, which SQLite stores as NULL, reads back as NaN), String text,
+// timeval an integer count of microseconds, None NULL.
+
+#ifndef PLATFORM_CDS_STORE_H_
+#define PLATFORM_CDS_STORE_H_
+
+#include <sqlite3.h>
+#include <sys/time.h>
+
+#include <memory>
+#include <string>
+
+#include "platform/element.h"
+#include "platform/types.h"
+
+namespace toolkit {
+
+struct SecurityPolicy;  // security.cc
+
+namespace store {
+
+constexpr int kSchemaVersion = 1;
+// The newest rows kept in the capped tables. Readers that fall further
+// behind than this lose the oldest entries, which on a device with a small
+// flash is preferable to an unbounded file.
+constexpr long long kEventQueueCap = 10000;
+constexpr long long kSyslogCap = 10000;
+constexpr int kDefaultBusyMs = 5000;
+
+// Writes to this subtree bump meta.security_generation, so policy caches
+// reload only when the policy can have changed (security.cc).
+extern const char* const kSecurityRoot;  // "/Software/Security"
+
+// Every statement the store runs, prepared on first use and then reused.
+enum StmtId : int {
+  kStmtBeginRead,
+  kStmtBeginWrite,
+  kStmtCommit,
+  kStmtRollback,
+  kStmtSavepoint,
+  kStmtRelease,
+  kStmtRollbackTo,
+  kStmtDataVersion,
+  kStmtSecurityGeneration,
+  kStmtBumpSecurityGeneration,
+  // the tree
+  kStmtReadLeaf,
+  kStmtNodeId,
+  kStmtChildNames,
+  kStmtChildCount,
+  kStmtLeafNames,
+  kStmtValueChanges,
+  kStmtUpdateLeaf,
+  kStmtInsertLeaf,
+  kStmtSetProperty,
+  kStmtInsertNode,
+  kStmtDeleteLeaf,
+  kStmtDeleteSubtreeLeaves,
+  kStmtDeleteSubtreeNodes,
+  // event queue, system log, watchdog
+  kStmtInsertEvent,
+  kStmtTrimEvents,
+  kStmtReadEvents,
+  kStmtInsertSyslog,
+  kStmtTrimSyslog,
+  kStmtReadSyslog,
+  kStmtRegisterWatchdog,
+  kStmtPingWatchdog,
+  kStmtClearWatchdog,
+  kStmtReadWatchdogs,
+  kStmtCount
+};
+
+}  // namespace store
+}  // namespace toolkit
+
+struct pcd_connection {
+  sqlite3* db = nullptr;
+  sqlite3_stmt* stmts[toolkit::store::kStmtCount] = {};
+  // setReadOnly(): the tree refuses writes through this handle.
+  bool read_only = false;
+  // Between pcd_begin and pcd_commit/pcd_rollback.
+  bool in_group = false;
+  // Commits made through this handle. PRAGMA data_version only moves for
+  // other connections' commits; the sum of both moves for every commit.
+  unsigned long long own_writes = 0;
+  // watchdog_register: the name this process pings and whether it also
+  // reports to systemd.
+  std::string watchdog_name;
+  bool watchdog_notify = false;
+  // The cached access policy (owned by security.cc) and the change counter
+  // and security generation it was loaded at.
+  std::shared_ptr<toolkit::SecurityPolicy> security;
+  unsigned long long security_counter = 0;
+  long long security_generation = -1;
+
+  // The prepared statement for `id`, or nullptr when it cannot be prepared;
+  // `rc` receives SQLite's result code.
+  sqlite3_stmt* stmt(toolkit::store::StmtId id, int* rc);
+};
+
+namespace toolkit {
+namespace store {
+
+// Open an existing store (nullptr when the file is missing or is not a
+// store of this schema). The busy time-out comes from TOOLKIT_CDS_BUSY_MS.
+pcd_connection* open_connection(const char* path);
+void close_connection(pcd_connection* c);
+// Create a store file with its schema and root node. Returns 0 on success.
+int create_store(const std::string& path, bool replace);
+
+// The per-path status for a failed SQLite call: BUSY for a lock held past
+// the time-out, READ_ONLY for a read-only file, IO_ERROR otherwise.
+api_status_t status_from_sqlite(int rc);
+// Statuses that fail a call as a whole (non-zero return), as opposed to
+// per-path outcomes.
+bool is_call_failure(api_status_t status);
+
+// A statement borrowed for one use; reset when the scope ends so that an
+// autocommit read releases its snapshot at once.
+class StmtScope {
+ public:
+  StmtScope(pcd_connection* c, StmtId id) : stmt_(c->stmt(id, &rc_)) {}
+  ~StmtScope() {
+    if (stmt_ != nullptr) sqlite3_reset(stmt_);
+  }
+  StmtScope(const StmtScope&) = delete;
+  StmtScope& operator=(const StmtScope&) = delete;
+
+  sqlite3_stmt* get() const { return stmt_; }
+  bool ok() const { return stmt_ != nullptr; }
+  // Status of a failed preparation.
+  api_status_t error() const { return status_from_sqlite(rc_); }
+  // Step once; SQLITE_ROW, SQLITE_DONE or an error code.
+  int step() { return sqlite3_step(stmt_); }
+
+  void bind(int index, const std::string& text) {
+    sqlite3_bind_text(stmt_, index, text.data(), static_cast<int>(text.size()),
+                      SQLITE_STATIC);
+  }
+  void bind(int index, long long value) {
+    sqlite3_bind_int64(stmt_, index, value);
+  }
+
+ private:
+  int rc_ = SQLITE_OK;
+  sqlite3_stmt* stmt_;
+};
+
+// One statement that returns no rows, as a status.
+api_status_t run_simple(pcd_connection* c, StmtId id);
+
+// A read snapshot over several statements. Inside an open transaction (a
+// group, or an enclosing ReadScope) nothing more is started.
+class ReadScope {
+ public:
+  explicit ReadScope(pcd_connection* c) : c_(c) {}
+  ~ReadScope();
+  ReadScope(const ReadScope&) = delete;
+  ReadScope& operator=(const ReadScope&) = delete;
+  api_status_t begin();
+
+ private:
+  pcd_connection* c_;
+  bool active_ = false;
+};
+
+// A write transaction: BEGIN IMMEDIATE, so that the write lock is taken (or
+// the busy time-out spent) before anything is read, or a savepoint inside a
+// group so that a failed call leaves the rest of the group intact. Rolled
+// back unless commit() succeeded.
+class WriteScope {
+ public:
+  explicit WriteScope(pcd_connection* c) : c_(c) {}
+  ~WriteScope();
+  WriteScope(const WriteScope&) = delete;
+  WriteScope& operator=(const WriteScope&) = delete;
+  api_status_t begin();
+  api_status_t commit();
+  void rollback();
+
+ private:
+  pcd_connection* c_;
+  bool active_ = false;
+};
+
+// Value encoding. Parameters/columns come in the order type, value, sec,
+// usec starting at `first`.
+void bind_element(sqlite3_stmt* stmt, int first, const CElement& element,
+                  const timeval& time);
+void column_element(sqlite3_stmt* stmt, int first, CElement& element);
+
+// Attribute classification from the attribute table, cached: `code` is the
+// attribute code (PCD_ATTR_UNKNOWN for stored custom attributes) and `flags`
+// its PCD_AF_* flags.
+struct AttrClass {
+  int code;
+  unsigned flags;
+};
+AttrClass classify_attribute(const std::string& name);
+
+// Does `ancestor` (a node path) cover `path`: equal, or an ancestor on a
+// component boundary ("/Dev1" covers "/Dev1/X" but not "/Dev10")?
+bool path_covers(const std::string& ancestor, const std::string& path);
+// May a change at `node_path` (and, for removals, below it) alter the access
+// policy? Then the caller bumps the security generation.
+bool touches_security(const std::string& node_path, bool with_descendants);
+api_status_t bump_security_generation(pcd_connection* c);
+// meta.security_generation, or -1 when it cannot be read.
+long long security_generation(pcd_connection* c);
+
+// The present time as a timeval and as qrx microseconds.
+timeval now_timeval();
+long long now_us();
+
+}  // namespace store
+}  // namespace toolkit
+
+#endif  // PLATFORM_CDS_STORE_H_
