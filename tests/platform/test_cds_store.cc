@@ -1,0 +1,522 @@
+// The store client against a real store in a temporary folder: values of
+// every type, per-path statuses, computed attributes, removal, groups, the
+// event queue, the system log and the watchdog.
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "platform/cds.h"
+#include "platform/event.h"
+#include "tests/platform/temp_store.h"
+
+namespace {
+
+using testing_store::StoreTest;
+using testing_store::TempStore;
+using toolkit::CCds;
+using toolkit::CElement;
+
+timeval Time(time_t sec, suseconds_t usec) {
+  timeval tv;
+  tv.tv_sec = sec;
+  tv.tv_usec = usec;
+  return tv;
+}
+
+long long NowUs() {
+  timeval now;
+  gettimeofday(&now, nullptr);
+  return static_cast<long long>(now.tv_sec) * 1000000 + now.tv_usec;
+}
+
+class CdsStoreTest : public StoreTest {
+ protected:
+  api_status_t Status(const std::string& path) {
+    api_status_t status = API_STATUS_UNKNOWN;
+    CElement element;
+    element_property_t property;
+    EXPECT_EQ(0, cds_->get_leaf(path, status, element, property)) << path;
+    return status;
+  }
+  api_status_t Write(const std::string& path, const CElement& value,
+                     pcd_tribool_t persist = PCD_TRIBOOL_UNKNOWN) {
+    api_status_t status = API_STATUS_UNKNOWN;
+    cds_->set_leaf(path, value, status, persist, "test");
+    return status;
+  }
+  element_property_t Property(const std::string& path) {
+    api_status_t status;
+    CElement element;
+    element_property_t property = PCD_PROP_NORMAL;
+    cds_->get_leaf(path, status, element, property);
+    return property;
+  }
+};
+
+// ---------------------------------------------------------------------------
+// Opening and creating stores.
+
+TEST(CdsOpenTest, MissingFileIsNotCreated) {
+  TempStore store;
+  const std::string missing = store.path() + ".missing";
+  EXPECT_EQ(nullptr, pcd_open(missing.c_str()));
+  EXPECT_NE(0, access(missing.c_str(), F_OK));
+  setenv("TOOLKIT_CDS_PATH", missing.c_str(), 1);
+  EXPECT_EQ(missing, pcd_default_path());
+  CCds cds;
+  EXPECT_FALSE(cds.is_open());
+  unsetenv("TOOLKIT_CDS_PATH");
+}
+
+TEST(CdsOpenTest, CreateRefusesExistingUnlessReplaced) {
+  TempStore store;
+  ASSERT_TRUE(store.created());
+  {
+    auto cds = store.Open();
+    api_status_t status;
+    ASSERT_EQ(0, cds->add_node("/Old", status, "test"));
+  }
+  EXPECT_NE(0, cds_create(store.path(), false));
+  ASSERT_EQ(0, cds_create(store.path(), true));
+  auto cds = store.Open();
+  api_status_t status;
+  cds->test_node("/Old", status);
+  EXPECT_EQ(API_STATUS_NO_NODE, status);
+}
+
+TEST(CdsOpenTest, FileThatIsNotAStoreIsRefused) {
+  TempStore store;
+  const std::string other = store.path() + ".txt";
+  FILE* file = fopen(other.c_str(), "w");
+  ASSERT_NE(nullptr, file);
+  fputs("not a database\n", file);
+  fclose(file);
+  EXPECT_EQ(nullptr, pcd_open(other.c_str()));
+}
+
+TEST(CdsOpenTest, ClosedHandleFailsEveryCall) {
+  CCds cds(nullptr);
+  api_status_t status = API_STATUS_UNKNOWN;
+  CElement element;
+  element_property_t property;
+  EXPECT_NE(0, cds.get_leaf("/A", status, element, property));
+  EXPECT_EQ(API_STATUS_NOT_OPEN, status);
+  EXPECT_NE(0, cds.set_leaf("/A", CElement(1), status, PCD_TRIBOOL_UNKNOWN,
+                            "test"));
+  EXPECT_EQ(API_STATUS_NOT_OPEN, status);
+  std::vector<api_status_t> statuses;
+  std::vector<CElement> elements;
+  std::vector<element_property_t> properties;
+  EXPECT_NE(0, cds.get_leaves({"/A", "/B"}, statuses, elements, properties));
+  EXPECT_EQ(2u, statuses.size());
+  EXPECT_EQ(0ull, pcd_change_counter(nullptr));
+  EXPECT_NE(0, pcd_begin(nullptr));
+}
+
+// ---------------------------------------------------------------------------
+// Values.
+
+TEST_F(CdsStoreTest, EveryTypeReadsBackExactly) {
+  AddNode("/P");
+  std::vector<CElement> values = {
+      CElement(true),
+      CElement(false),
+      CElement(std::numeric_limits<int32_t>::min()),
+      CElement(std::numeric_limits<int32_t>::max()),
+      CElement(std::numeric_limits<uint32_t>::max()),
+      CElement(0.1),
+      CElement(-std::numeric_limits<double>::infinity()),
+      CElement(std::string("007")),  // text that looks like a number
+      CElement(std::string("a;b\n\xc3\xa9")),
+      CElement(std::string()),
+      CElement(Time(-1, 250000)),
+      CElement(Time(1700000000, 999999)),
+  };
+  for (size_t i = 0; i < values.size(); ++i) {
+    values[i].set_time(Time(1600000000 + static_cast<time_t>(i), 42));
+    ASSERT_EQ(API_STATUS_OK, Write("/P/Value", values[i])) << i;
+    const CElement read = Get("/P/Value");
+    EXPECT_EQ(values[i].get_type(), read.get_type()) << i;
+    EXPECT_EQ(values[i], read) << i << " " << values[i].to_string();
+    EXPECT_EQ(values[i].get_time().tv_sec, read.get_time().tv_sec) << i;
+    EXPECT_EQ(42, read.get_time().tv_usec) << i;
+  }
+}
+
+TEST_F(CdsStoreTest, NotANumberSurvivesTheDatabase) {
+  AddNode("/P");
+  ASSERT_EQ(API_STATUS_OK, Write("/P/Value", CElement(std::nan(""))));
+  const CElement read = Get("/P/Value");
+  EXPECT_EQ(PCD_TYPE_REAL, read.get_type());
+  EXPECT_TRUE(std::isnan(read.to_double()));
+}
+
+TEST_F(CdsStoreTest, UnstampedWriteGetsThePresentTime) {
+  AddNode("/P");
+  const time_t before = time(nullptr);
+  ASSERT_EQ(API_STATUS_OK, Write("/P/Value", CElement(5)));
+  const time_t after = time(nullptr);
+  const timeval stamp = Get("/P/Value").get_time();
+  EXPECT_GE(stamp.tv_sec, before);
+  EXPECT_LE(stamp.tv_sec, after);
+}
+
+TEST_F(CdsStoreTest, PersistenceFlag) {
+  AddNode("/P");
+  ASSERT_EQ(API_STATUS_OK, Write("/P/Value", CElement(1)));
+  EXPECT_EQ(PCD_PROP_NORMAL, Property("/P/Value"));
+  ASSERT_EQ(API_STATUS_OK, Write("/P/Value", CElement(2), PCD_TRIBOOL_TRUE));
+  EXPECT_EQ(PCD_PROP_PERSISTENT, Property("/P/Value"));
+  ASSERT_EQ(API_STATUS_OK, Write("/P/Value", CElement(3)));
+  EXPECT_EQ(PCD_PROP_PERSISTENT, Property("/P/Value"));  // UNKNOWN keeps
+  ASSERT_EQ(API_STATUS_OK, Write("/P/Value", CElement(4), PCD_TRIBOOL_FALSE));
+  EXPECT_EQ(PCD_PROP_NORMAL, Property("/P/Value"));
+  ASSERT_EQ(API_STATUS_OK, Write("/P:New", CElement(1), PCD_TRIBOOL_TRUE));
+  EXPECT_EQ(PCD_PROP_PERSISTENT, Property("/P:New"));
+}
+
+// ---------------------------------------------------------------------------
+// Statuses.
+
+TEST_F(CdsStoreTest, ReadStatuses) {
+  AddNode("/P");
+  SetText("/P/Units", "V");
+  ASSERT_EQ(API_STATUS_OK, Write("/P/Value", CElement()));
+  EXPECT_EQ(API_STATUS_OK, Status("/P/Units"));
+  EXPECT_EQ(API_STATUS_OK, Status("/P/Units.Time"));  // the leaf's view
+  EXPECT_EQ(API_STATUS_NO_NODE, Status("/Q/Units"));
+  EXPECT_EQ(API_STATUS_NO_ATTRIBUTE, Status("/P/Description"));
+  EXPECT_EQ(API_STATUS_NOT_TYPED, Status("/P/Value"));
+  EXPECT_EQ(API_STATUS_BAD_PATH, Status("P/Units"));
+  EXPECT_EQ(API_STATUS_BAD_PATH, Status("/P/../Units"));
+}
+
+TEST_F(CdsStoreTest, WriteStatuses) {
+  AddNode("/P");
+  EXPECT_EQ(API_STATUS_NO_NODE, Write("/Q/Value", CElement(1)));
+  EXPECT_EQ(API_STATUS_BAD_PATH, Write("no/slash", CElement(1)));
+  EXPECT_EQ(API_STATUS_READ_ONLY_LEAF, Write("/P/Children", CElement("x")));
+  EXPECT_EQ(API_STATUS_READ_ONLY_LEAF, Write("/P/.ChangeCount", CElement(1)));
+  EXPECT_EQ(API_STATUS_READ_ONLY_LEAF, Write("/P/Value.Time", CElement(1)));
+  api_status_t status;
+  EXPECT_EQ(0, cds_->add_node("/P", status, "test"));
+  EXPECT_EQ(API_STATUS_EXISTS, status);
+  EXPECT_EQ(0, cds_->add_node("/", status, "test"));
+  EXPECT_EQ(API_STATUS_EXISTS, status);
+}
+
+TEST_F(CdsStoreTest, GetLeavesReportsEachPath) {
+  AddNode("/P");
+  Set("/P/Value", CElement(7));
+  std::vector<api_status_t> statuses;
+  std::vector<CElement> elements(1, CElement("stale"));
+  std::vector<element_property_t> properties;
+  ASSERT_EQ(0, cds_->get_leaves({"/Q", "/P", "bad", "/P/Units", "/P:Name"},
+                                statuses, elements, properties));
+  ASSERT_EQ(5u, elements.size());
+  EXPECT_EQ(API_STATUS_NO_NODE, statuses[0]);
+  EXPECT_EQ(PCD_TYPE_NONE, elements[0].get_type());
+  EXPECT_EQ(API_STATUS_OK, statuses[1]);
+  EXPECT_EQ(7, elements[1].to_int());
+  EXPECT_EQ(API_STATUS_BAD_PATH, statuses[2]);
+  EXPECT_EQ(API_STATUS_NO_ATTRIBUTE, statuses[3]);
+  EXPECT_EQ(API_STATUS_OK, statuses[4]);
+  EXPECT_EQ("P", elements[4].to_string());
+}
+
+// ---------------------------------------------------------------------------
+// Computed attributes.
+
+TEST_F(CdsStoreTest, ComputedAttributesFollowCreationOrder) {
+  AddNode("/D/Zeta");
+  AddNode("/D/Alpha");
+  AddNode("/D/Alpha/Deep");
+  Set("/D/Units", CElement("V"));
+  Set("/D/Value", CElement(1));
+  Set("/D:Custom", CElement(2));
+  EXPECT_EQ("Zeta;Alpha", Get("/D/Children").to_string());
+  EXPECT_EQ(2u, Get("/D/ChildCount").to_uint());
+  EXPECT_EQ("Units;Value;Custom", Get("/D/Attributes").to_string());
+  EXPECT_EQ("Alpha", Get("/D/Alpha/Name").to_string());
+  EXPECT_EQ("", Get("/D/Zeta/Children").to_string());
+  EXPECT_EQ(0u, Get("/D/Zeta/ChildCount").to_uint());
+  EXPECT_EQ(API_STATUS_NO_NODE, Status("/Nope/Children"));
+}
+
+TEST_F(CdsStoreTest, ChangeCountCountsValueWrites) {
+  AddNode("/P");
+  EXPECT_EQ(0u, Get("/P/.ChangeCount").to_uint());
+  Set("/P/Value", CElement(1));
+  Set("/P/Value", CElement(1));  // an equal value is still a write
+  Set("/P/Units", CElement("V"));
+  EXPECT_EQ(2u, Get("/P/.ChangeCount").to_uint());
+}
+
+// ---------------------------------------------------------------------------
+// Structure.
+
+TEST_F(CdsStoreTest, RemoveTakesDescendantsButNotLookalikes) {
+  for (const char* node : {"/A/B/C/D", "/A/B0", "/A/B.1", "/A/B-x", "/A/BB"}) {
+    AddNode(node);
+  }
+  Set("/A/B/C/Value", CElement(1));
+  Set("/A/B.1/Value", CElement(2));
+  api_status_t status;
+  ASSERT_EQ(0, cds_->remove_node("/A/B", status, "test"));
+  ASSERT_EQ(API_STATUS_OK, status);
+  EXPECT_FALSE(Exists("/A/B"));
+  EXPECT_FALSE(Exists("/A/B/C/D"));
+  EXPECT_EQ("B0;B.1;B-x;BB", Get("/A/Children").to_string());
+  EXPECT_EQ(2, Get("/A/B.1/Value").to_int());
+  // A node made again under the old name starts without leaves.
+  AddNode("/A/B/C");
+  EXPECT_EQ(API_STATUS_NO_ATTRIBUTE, Status("/A/B/C/Value"));
+  EXPECT_EQ(0, cds_->remove_node("/", status, "test"));
+  EXPECT_EQ(API_STATUS_BAD_PATH, status);
+  EXPECT_EQ(0, cds_->remove_node("/Nope", status, "test"));
+  EXPECT_EQ(API_STATUS_NO_NODE, status);
+}
+
+TEST_F(CdsStoreTest, ClearLeaf) {
+  AddNode("/P");
+  Set("/P/Units", CElement("V"));
+  api_status_t status;
+  ASSERT_EQ(0, cds_->clear_leaf("/P:Units", status, "test"));
+  EXPECT_EQ(API_STATUS_OK, status);
+  EXPECT_EQ(API_STATUS_NO_ATTRIBUTE, Status("/P/Units"));
+  cds_->clear_leaf("/P:Units", status, "test");
+  EXPECT_EQ(API_STATUS_NO_ATTRIBUTE, status);
+  cds_->clear_leaf("/Q:Units", status, "test");
+  EXPECT_EQ(API_STATUS_NO_NODE, status);
+  cds_->clear_leaf("/P", status, "test");  // names no attribute
+  EXPECT_EQ(API_STATUS_BAD_PATH, status);
+  cds_->clear_leaf("/P:Children", status, "test");
+  EXPECT_EQ(API_STATUS_READ_ONLY_LEAF, status);
+}
+
+TEST_F(CdsStoreTest, IncrementLeaf) {
+  AddNode("/C");
+  api_status_t status;
+  int32_t value = 0;
+  ASSERT_EQ(0, cds_->increment_leaf("/C/Value", 5, status, &value, "test"));
+  EXPECT_EQ(API_STATUS_OK, status);
+  EXPECT_EQ(5, value);  // a missing leaf counts from 0 as an Integer
+  EXPECT_EQ(PCD_TYPE_INT, Get("/C/Value").get_type());
+  cds_->increment_leaf("/C/Value", -7, status, &value, "test");
+  EXPECT_EQ(-2, value);
+  Set("/C/Value", CElement(std::numeric_limits<uint32_t>::max()));
+  cds_->increment_leaf("/C/Value", 1, status, nullptr, "test");
+  EXPECT_EQ(0u, Get("/C/Value").to_uint());  // Unsigned wraps
+  EXPECT_EQ(PCD_TYPE_UINT, Get("/C/Value").get_type());
+  Set("/C/Value", CElement(1.5));
+  cds_->increment_leaf("/C/Value", 1, status, nullptr, "test");
+  EXPECT_EQ(API_STATUS_TYPE_MISMATCH, status);
+  cds_->increment_leaf("/Nope/Value", 1, status, nullptr, "test");
+  EXPECT_EQ(API_STATUS_NO_NODE, status);
+}
+
+// ---------------------------------------------------------------------------
+// Read-only handles and all-or-nothing writes.
+
+TEST_F(CdsStoreTest, ReadOnlyHandleRefusesTreeWrites) {
+  AddNode("/P");
+  Set("/P/Value", CElement(1));
+  cds_->setReadOnly();
+  EXPECT_TRUE(cds_->isReadOnly());
+  api_status_t status;
+  EXPECT_NE(0, cds_->set_leaf("/P/Value", CElement(2), status,
+                              PCD_TRIBOOL_UNKNOWN, "test"));
+  EXPECT_EQ(API_STATUS_READ_ONLY, status);
+  EXPECT_NE(0, cds_->add_node("/Q", status, "test"));
+  EXPECT_EQ(API_STATUS_READ_ONLY, status);
+  EXPECT_NE(0, cds_->remove_node("/P", status, "test"));
+  EXPECT_NE(0, cds_->clear_leaf("/P:Value", status, "test"));
+  EXPECT_NE(0, cds_->increment_leaf("/P/Value", 1, status, nullptr, "test"));
+  std::vector<api_status_t> statuses;
+  EXPECT_NE(0, cds_->set_leaves({"/P/Value"}, {CElement(3)}, {}, statuses,
+                                "test"));
+  EXPECT_EQ(API_STATUS_READ_ONLY, statuses[0]);
+  std::vector<toolkit::CEvent> events(1);
+  EXPECT_NE(0, cds_->events_send(events, statuses));
+  EXPECT_EQ(1, Get("/P/Value").to_int());
+  // Supervision and the system log are not data: they keep working.
+  EXPECT_EQ(0, cds_->watchdog_register(status, "ro", 30, false));
+  EXPECT_EQ(0, cds_->watchdog_ping(status));
+  EXPECT_EQ(0, cds_->syslog_add(6, "still logging"));
+}
+
+TEST_F(CdsStoreTest, SetLeavesIsAllOrNothing) {
+  AddNode("/P");
+  Set("/P/Value", CElement(1));
+  std::vector<api_status_t> statuses;
+  ASSERT_EQ(0, cds_->set_leaves(
+                   {"/P/Value", "/Missing/Value", "/P/Units", "/P/Children"},
+                   {CElement(2), CElement(3), CElement("V"), CElement("x")},
+                   {}, statuses, "test"));
+  EXPECT_EQ(API_STATUS_ROLLED_BACK, statuses[0]);
+  EXPECT_EQ(API_STATUS_NO_NODE, statuses[1]);
+  EXPECT_EQ(API_STATUS_ROLLED_BACK, statuses[2]);
+  EXPECT_EQ(API_STATUS_READ_ONLY_LEAF, statuses[3]);
+  EXPECT_EQ(1, Get("/P/Value").to_int());
+  EXPECT_EQ(API_STATUS_NO_ATTRIBUTE, Status("/P/Units"));
+
+  ASSERT_EQ(0, cds_->set_leaves({"/P/Value", "/P/Units"},
+                                {CElement(2), CElement("V")},
+                                {PCD_TRIBOOL_TRUE, PCD_TRIBOOL_UNKNOWN},
+                                statuses, "test"));
+  EXPECT_EQ(std::vector<api_status_t>(2, API_STATUS_OK), statuses);
+  EXPECT_EQ(2, Get("/P/Value").to_int());
+  EXPECT_EQ(PCD_PROP_PERSISTENT, Property("/P/Value"));
+  EXPECT_NE(0, cds_->set_leaves({"/P/Value"}, {}, {}, statuses, "test"));
+}
+
+TEST_F(CdsStoreTest, GroupCommitsOrDiscardsEverything) {
+  auto other = store_.Open();
+  ASSERT_EQ(0, pcd_begin(cds_->handle));
+  EXPECT_NE(0, pcd_begin(cds_->handle));  // groups do not nest
+  AddNode("/G");
+  Set("/G/Value", CElement(1));
+  EXPECT_EQ(PCD_TYPE_NONE, Get(*other, "/G/Value").get_type());
+  ASSERT_EQ(0, pcd_rollback(cds_->handle));
+  EXPECT_FALSE(Exists("/G"));
+
+  ASSERT_EQ(0, pcd_begin(cds_->handle));
+  AddNode("/G");
+  Set("/G/Value", CElement(1));
+  // A failing call inside the group undoes only itself.
+  std::vector<api_status_t> statuses;
+  cds_->set_leaves({"/G/Units", "/Missing/Value"},
+                   {CElement("V"), CElement(2)}, {}, statuses, "test");
+  EXPECT_EQ(API_STATUS_ROLLED_BACK, statuses[0]);
+  ASSERT_EQ(0, pcd_commit(cds_->handle));
+  EXPECT_EQ(1, Get(*other, "/G/Value").to_int());
+  EXPECT_EQ(PCD_TYPE_NONE, Get(*other, "/G/Units").get_type());
+  EXPECT_NE(0, pcd_commit(cds_->handle));
+}
+
+TEST_F(CdsStoreTest, ChangeCounterSeesEveryConnection) {
+  auto other = store_.Open();
+  AddNode("/P");
+  const unsigned long long start = pcd_change_counter(cds_->handle);
+  Get("/P/Value");
+  EXPECT_EQ(start, pcd_change_counter(cds_->handle));
+  Set("/P/Value", CElement(1));
+  const unsigned long long own = pcd_change_counter(cds_->handle);
+  EXPECT_NE(start, own);
+  api_status_t status;
+  other->set_leaf("/P/Value", CElement(2), status, PCD_TRIBOOL_UNKNOWN, "x");
+  EXPECT_NE(own, pcd_change_counter(cds_->handle));
+}
+
+// ---------------------------------------------------------------------------
+// Event queue, system log, watchdog.
+
+TEST_F(CdsStoreTest, EventsAreQueuedInOrder) {
+  std::vector<toolkit::CEvent> events(3);
+  for (int i = 0; i < 3; ++i) {
+    events[i].kind = toolkit::EVENT_KIND_ACKNOWLEDGE;
+    events[i].source_path = "/Alarms/A" + std::to_string(i);
+  }
+  std::vector<api_status_t> statuses;
+  ASSERT_EQ(0, cds_->events_send(events, statuses));
+  EXPECT_EQ(std::vector<api_status_t>(3, API_STATUS_OK), statuses);
+  EXPECT_LT(events[0].queue_id, events[1].queue_id);
+  EXPECT_LT(events[1].queue_id, events[2].queue_id);
+
+  std::vector<CdsQueuedEvent> queued;
+  ASSERT_EQ(0, cds_events_read(cds_->handle, events[0].queue_id, 10, queued));
+  ASSERT_EQ(2u, queued.size());
+  toolkit::CEvent read;
+  ASSERT_TRUE(read.deserialize(queued[0].payload));
+  EXPECT_EQ("/Alarms/A1", read.source_path);
+  EXPECT_EQ(events[2].queue_id, queued[1].queue_id);
+  ASSERT_EQ(0, cds_events_read(cds_->handle, 0, 1, queued));
+  EXPECT_EQ(1u, queued.size());
+}
+
+TEST_F(CdsStoreTest, SyslogKeepsLinesOldestFirst) {
+  ASSERT_EQ(0, cds_->syslog_add(2, "first"));
+  ASSERT_EQ(0, cds_->syslog_add(99, "second"));  // clamped to debug
+  std::vector<CdsSyslogLine> lines;
+  ASSERT_EQ(0, cds_syslog_read(cds_->handle, 10, lines));
+  ASSERT_EQ(2u, lines.size());
+  EXPECT_EQ("first", lines[0].message);
+  EXPECT_EQ(2, lines[0].level);
+  EXPECT_EQ(7, lines[1].level);
+  ASSERT_EQ(0, cds_syslog_read(cds_->handle, 1, lines));
+  ASSERT_EQ(1u, lines.size());
+  EXPECT_EQ("second", lines[0].message);
+}
+
+// A datagram socket standing in for systemd's notification socket.
+class NotifySocket {
+ public:
+  explicit NotifySocket(const std::string& path) : path_(path) {
+    fd_ = socket(AF_UNIX, SOCK_DGRAM, 0);
+    sockaddr_un address;
+    memset(&address, 0, sizeof(address));
+    address.sun_family = AF_UNIX;
+    strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
+    bound_ = bind(fd_, reinterpret_cast<sockaddr*>(&address),
+                  sizeof(address)) == 0;
+  }
+  ~NotifySocket() {
+    close(fd_);
+    unlink(path_.c_str());
+  }
+  bool bound() const { return bound_; }
+  std::string Receive() {
+    char buffer[64] = {};
+    const ssize_t n = recv(fd_, buffer, sizeof(buffer) - 1, MSG_DONTWAIT);
+    return n > 0 ? std::string(buffer, n) : "";
+  }
+
+ private:
+  std::string path_;
+  int fd_;
+  bool bound_;
+};
+
+TEST_F(CdsStoreTest, WatchdogRowsAndSystemdNotices) {
+  NotifySocket systemd(store_.path() + ".notify");
+  ASSERT_TRUE(systemd.bound());
+  setenv("NOTIFY_SOCKET", (store_.path() + ".notify").c_str(), 1);
+  api_status_t status;
+  EXPECT_NE(0, cds_->watchdog_ping(status));  // not registered yet
+  EXPECT_EQ(API_STATUS_NO_NODE, status);
+
+  ASSERT_EQ(0, cds_->watchdog_register(status, "daemon", 90, true));
+  EXPECT_EQ("READY=1", systemd.Receive());
+  std::vector<CdsWatchdog> rows;
+  ASSERT_EQ(0, cds_watchdogs_read(cds_->handle, rows));
+  ASSERT_EQ(1u, rows.size());
+  EXPECT_EQ("daemon", rows[0].name);
+  EXPECT_EQ(getpid(), rows[0].pid);
+  EXPECT_EQ(90, rows[0].period_seconds);
+  const long long before = NowUs();
+  ASSERT_EQ(0, cds_->watchdog_ping(status));
+  const long long after = NowUs();
+  EXPECT_EQ("WATCHDOG=1", systemd.Receive());
+  cds_watchdogs_read(cds_->handle, rows);
+  EXPECT_GE(rows[0].last_ping_us, before);
+  EXPECT_LE(rows[0].last_ping_us, after);
+
+  ASSERT_EQ(0, cds_->watchdog_clear(status));
+  EXPECT_EQ("STOPPING=1", systemd.Receive());
+  cds_watchdogs_read(cds_->handle, rows);
+  EXPECT_TRUE(rows.empty());
+  EXPECT_NE(0, cds_->watchdog_ping(status));
+  unsetenv("NOTIFY_SOCKET");
+}
+
+}  // namespace
