@@ -120,6 +120,8 @@ class CCds {
 
   // From now on every write through this handle is refused with
   // API_STATUS_READ_ONLY (and a non-zero return). Reads are unaffected.
+  // The watchdog calls and syslog_add still work: supervision and logging
+  // are not changes of the store's data.
   void setReadOnly();
   bool isReadOnly() const;
 
