@@ -1,0 +1,18 @@
+// pending_operations.cc - Device command operations not provided yet.
+//
+// Each answers a SOAP server fault naming itself, so a client can tell a
+// missing operation from a failed one.  An operation moves out of this
+// file into its own source when it is implemented.
+
+#include "contract/operation.h"
+#include "soapH.h"
+
+int __nsk7__sendDeviceCmd(struct soap* soap, struct _nsk7__sendDeviceCmd*,
+    struct _nsk7__sendDeviceCmdResponse&) {
+  return operation_not_available(soap, "sendDeviceCmd");
+}
+
+int __nsk7__getDeviceCmdResult(struct soap* soap, struct _nsk7__getDeviceCmdResult*,
+    struct _nsk7__getDeviceCmdResultResponse&) {
+  return operation_not_available(soap, "getDeviceCmdResult");
+}

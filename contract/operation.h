@@ -1,0 +1,21 @@
+// operation.h - helpers shared by the SOAP operations of every subsystem.
+//
+// An operation is the plain function that soapcpp2 declares for it in
+// soapStub.h (for example __nsc1__getValue); it returns SOAP_OK or an
+// engine error code, and a non-zero code makes the dispatcher answer with
+// a SOAP fault instead of the response.
+
+#ifndef WSGATED_CONTRACT_OPERATION_H_
+#define WSGATED_CONTRACT_OPERATION_H_
+
+struct soap;
+
+// Answers an operation that this build does not provide yet: sets a SOAP
+// server fault (Receiver in SOAP 1.2, "SOAP-ENV:Server" in SOAP 1.1) whose
+// reason reads "<operation>: operation not available yet", and returns the
+// engine error that the operation must return so the fault is sent.
+//
+//   return operation_not_available(soap, "getValue");
+int operation_not_available(struct soap* soap, const char* operation);
+
+#endif  // WSGATED_CONTRACT_OPERATION_H_

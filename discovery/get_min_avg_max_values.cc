@@ -1,0 +1,16 @@
+// get_min_avg_max_values.cc - nsqv:getMinAvgMaxValues.
+//
+// The operation is part of the published contract, but the device keeps
+// no minimum/average/maximum statistics to answer it from.  Every call is
+// therefore answered with the engine's generic server fault: returning
+// SOAP_SVR_FAULT (2) without a fault text makes the dispatcher send a
+// well-formed fault ("Receiver" / "SOAP-ENV:Server"), and no field of the
+// response is produced.  Clients rely on the fault, so it must stay a
+// fault and not become an empty response.
+
+#include "soapH.h"
+
+int __nsqv__getMinAvgMaxValues(struct soap*, struct _nsqv__getMinAvgMaxValues*,
+                               struct _nsqv__getMinAvgMaxValuesResponse&) {
+  return SOAP_SVR_FAULT;
+}

@@ -1,0 +1,23 @@
+// pending_operations.cc - Event and alarm logs operations not provided yet.
+//
+// Each answers a SOAP server fault naming itself, so a client can tell a
+// missing operation from a failed one.  An operation moves out of this
+// file into its own source when it is implemented.
+
+#include "contract/operation.h"
+#include "soapH.h"
+
+int __nsqv__getEventLog(struct soap* soap, struct _nsqv__getEventLog*,
+    struct _nsqv__getEventLogResponse&) {
+  return operation_not_available(soap, "getEventLog");
+}
+
+int __nsqv__getDeltaLog(struct soap* soap, struct _nsqv__getDeltaLog*,
+    struct _nsqv__getDeltaLogResponse&) {
+  return operation_not_available(soap, "getDeltaLog");
+}
+
+int __nsqv__getActiveAlarms(struct soap* soap, struct _nsqv__getActiveAlarms*,
+    struct _nsqv__getActiveAlarmsResponse&) {
+  return operation_not_available(soap, "getActiveAlarms");
+}
