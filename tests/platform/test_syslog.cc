@@ -103,14 +103,6 @@ TEST_F(SysLogTest, LevelGatesEveryCall) {
   EXPECT_NE(std::string::npos, lines[3].find("write-is-not-gated"));
 }
 
-TEST_F(SysLogTest, EnabledMatchesGating) {
-  CSysLog log("gate", 0, false, false, false, nullptr);
-  EXPECT_TRUE(log.enabled(0));
-  EXPECT_FALSE(log.enabled(1));
-  log.level = -3;
-  EXPECT_FALSE(log.enabled(0));
-}
-
 TEST_F(SysLogTest, FileLinesCarryTimeIdentAndPid) {
   {
     CSysLog log("mirror", 0, false, true, false, file_.c_str());
