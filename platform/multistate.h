@@ -64,8 +64,10 @@ class CCds_Multistate {
   // (PCD_TYPE_BOOL, _UINT or _INT) using the node's states (WritableValues
   // when present). `multistate` is set when the node has states to match
   // against (a Multistate node, or a boolean node with a possible-values
-  // list). Returns 0 on success, non-zero when there is no match; the
-  // element is changed only on success (value and type; time kept).
+  // list). Returns 0 on success, non-zero when there is no match (also when
+  // the node has no states: `multistate` is then false and the caller
+  // converts the text itself); the element is changed only on success
+  // (value and type; time kept).
   int StringToMultiValue(const std::string& path, data_type_t type,
                          const std::string& text, CElement& element,
                          bool& multistate);
