@@ -143,6 +143,9 @@ struct BadSeed {
   const char* error;
 };
 
+// Names the test case by the error it expects, not by its bytes.
+void PrintTo(const BadSeed& seed, std::ostream* out) { *out << seed.error; }
+
 class SeedErrorTest : public SeedTest,
                       public ::testing::WithParamInterface<BadSeed> {};
 
