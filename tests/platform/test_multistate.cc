@@ -4,13 +4,10 @@
 #include "platform/multistate.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <filesystem>
 #include <string>
 
-#include "platform/cds.h"
-#include "platform/path.h"
+#include "tests/platform/temp_store.h"
 
 namespace toolkit {
 namespace {
@@ -99,52 +96,29 @@ TEST(MultistateText, Booleans) {
   EXPECT_TRUE(value);
 }
 
-// A store in a private folder with a multistate point, a boolean point
-// with states, one without, and a plain integer.
-class MultistateStore : public ::testing::Test {
+// A store with a multistate point, a boolean point with states, one
+// without, and a plain integer.
+class MultistateStore : public testing_store::StoreTest {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/multistate-test-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
-    ASSERT_EQ(cds_create(dir_ + "/cds.db", false), 0);
-    cds_.handle = pcd_open((dir_ + "/cds.db").c_str());
-    ASSERT_TRUE(cds_.is_open());
-    Set("/Breaker/State/ValueType", "Multistate");
-    Set("/Breaker/State/PossibleValues", "1=Open;2=Closed;4=Tripped");
-    Set("/Breaker/State/WritableValues", "1=Open;2=Closed");
-    Set("/Breaker/Armed/ValueType", "Boolean");
-    Set("/Breaker/Armed/PossibleValues", "Disarmed;Armed");
-    Set("/Breaker/Plain/ValueType", "Boolean");
-    Set("/Breaker/Count/ValueType", "Integer");
-    Set("/Breaker/Count/PossibleValues", "Zero;One");
-    Set("/Breaker/Listless/ValueType", "multistate");
+    StoreTest::SetUp();
+    Point("/Breaker/State", "Multistate", "1=Open;2=Closed;4=Tripped");
+    SetText("/Breaker/State/WritableValues", "1=Open;2=Closed");
+    Point("/Breaker/Armed", "Boolean", "Disarmed;Armed");
+    Point("/Breaker/Plain", "Boolean", nullptr);
+    Point("/Breaker/Count", "Integer", "Zero;One");
+    Point("/Breaker/Listless", "multistate", nullptr);
   }
 
-  void TearDown() override {
-    pcd_close(cds_.handle);
-    cds_.handle = nullptr;
-    std::error_code ignored;
-    if (!dir_.empty()) std::filesystem::remove_all(dir_, ignored);
+  void Point(const std::string& node, const char* type, const char* states) {
+    AddNode(node);
+    SetText(node + "/ValueType", type);
+    if (states != nullptr) SetText(node + "/PossibleValues", states);
   }
-
-  void Set(const std::string& path, const char* text) {
-    std::string parent, last;
-    CPath::LopLastSubpath(path, parent, last);
-    api_status_t status = API_STATUS_UNKNOWN;
-    ASSERT_EQ(cds_.add_node(parent, status, "test"), 0);
-    ASSERT_EQ(cds_.set_leaf(path, CElement(text), status, PCD_TRIBOOL_UNKNOWN,
-                            "test"),
-              0);
-    ASSERT_EQ(status, API_STATUS_OK) << path;
-  }
-
-  std::string dir_;
-  CCds cds_{nullptr};
 };
 
 TEST_F(MultistateStore, PossibleValuesPreferWritableForWriters) {
-  M states(cds_);
+  M states(*cds_);
   std::string text;
   EXPECT_TRUE(states.GetPossibleValues("/Breaker/State", false, text));
   EXPECT_EQ(text, "1=Open;2=Closed;4=Tripped");
@@ -166,7 +140,7 @@ TEST_F(MultistateStore, PossibleValuesPreferWritableForWriters) {
 }
 
 TEST_F(MultistateStore, IsMultistate) {
-  M states(cds_);
+  M states(*cds_);
   EXPECT_TRUE(states.IsMultistate("/Breaker/State", true));
   EXPECT_TRUE(states.IsMultistate("/Breaker/State/Value", false));
   EXPECT_TRUE(states.IsMultistate("/Breaker/Listless", false));
@@ -177,7 +151,7 @@ TEST_F(MultistateStore, IsMultistate) {
 }
 
 TEST_F(MultistateStore, StringToMultiValue) {
-  M states(cds_);
+  M states(*cds_);
   CElement element("unchanged");
   timeval stamp = {1234, 5};
   element.set_time(stamp);
@@ -228,9 +202,8 @@ TEST_F(MultistateStore, StringToMultiValue) {
 }
 
 TEST_F(MultistateStore, NegativeStatesAreNotUnsigned) {
-  Set("/Level/ValueType", "Multistate");
-  Set("/Level/PossibleValues", "-1=Low;Normal;High");
-  M states(cds_);
+  Point("/Level", "Multistate", "-1=Low;Normal;High");
+  M states(*cds_);
   CElement element;
   bool multistate = false;
   EXPECT_NE(states.StringToMultiValue("/Level", PCD_TYPE_UINT, "Low", element,

@@ -5,8 +5,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
+#include <vector>
+
+#include "platform/attributes.h"
+#include "tests/platform/temp_store.h"
 
 namespace toolkit {
 namespace {
@@ -82,6 +87,19 @@ TEST(Path, GrammarAndCanonicalForm) {
     EXPECT_EQ(again.getNodePath(), path.getNodePath());
     EXPECT_EQ(again.getPathAttribute(), path.getPathAttribute());
     EXPECT_EQ(again.getSubAttribute(), path.getSubAttribute());
+  }
+}
+
+TEST(Path, EveryWellKnownNameIsAnAttributeInTheSlashForm) {
+  for (int code = 0; code < PCD_ATTR_COUNT; ++code) {
+    const std::string name = pcd_attr_enum_to_str(code);
+    for (const std::string& sub : {std::string(), std::string(".Time")}) {
+      CPath path("/A/B/" + name + sub);
+      ASSERT_EQ(path.normalize(), 0) << name;
+      EXPECT_EQ(path.getNodePath(), "/A/B") << name;
+      EXPECT_EQ(path.getPathAttribute(), name);
+      EXPECT_EQ(path.getSubAttribute(), sub) << name;
+    }
   }
 }
 
@@ -264,6 +282,52 @@ TEST(Path, NodeNamesRoundTripForAnyPath) {
     ASSERT_EQ(child.normalize(), 0) << name;
     EXPECT_EQ(child.getNodePath(), "/Parent/" + name);
   }
+}
+
+class PathStore : public testing_store::StoreTest {};
+
+TEST_F(PathStore, ChildPathsAndAttributeLists) {
+  AddNode("/Devices/Meter.1");
+  AddNode("/Devices/UPS");
+  AddNode("/Devices/Empty");
+  SetText("/Devices/UPS/PossibleValues", "Off;On;");
+  SetText("/Devices/UPS:Vendor Note", "a;b");
+
+  std::vector<std::string> children = {"stale"};
+  ASSERT_EQ(CPath::getChildPaths(*cds_, "/Devices", children), 0);
+  std::sort(children.begin(), children.end());
+  EXPECT_EQ(children, (std::vector<std::string>{
+                          "/Devices/Empty", "/Devices/Meter.1",
+                          "/Devices/UPS"}));
+  // Any text that names the node will do, the member form too.
+  ASSERT_EQ(CPath::getChildPaths(*cds_, "//Devices/:Units", children), 0);
+  EXPECT_EQ(children.size(), 3u);
+  CPath root("/");
+  ASSERT_EQ(root.normalize(), 0);
+  ASSERT_EQ(root.getChildPaths(*cds_, children), 0);
+  EXPECT_NE(std::find(children.begin(), children.end(), "/Devices"),
+            children.end());
+  ASSERT_EQ(CPath::getChildPaths(*cds_, "/Devices/Empty", children), 0);
+  EXPECT_TRUE(children.empty());
+
+  children = {"stale"};
+  EXPECT_NE(CPath::getChildPaths(*cds_, "/Nowhere", children), 0);
+  EXPECT_TRUE(children.empty());
+  EXPECT_NE(CPath::getChildPaths(*cds_, "relative", children), 0);
+  CPath invalid("/a/../b");
+  EXPECT_NE(invalid.getChildPaths(*cds_, children), 0);
+
+  std::vector<std::string> items;
+  ASSERT_EQ(CPath::getAttributeList("/Devices/UPS", *cds_, "PossibleValues",
+                                    items),
+            0);
+  EXPECT_EQ(items, (std::vector<std::string>{"Off", "On"}));
+  ASSERT_EQ(CPath::getAttributeList("/Devices/UPS/Value", *cds_, "Vendor Note",
+                                    items),
+            0);
+  EXPECT_EQ(items, (std::vector<std::string>{"a", "b"}));
+  EXPECT_NE(CPath::getAttributeList("/Devices/UPS", *cds_, "Units", items), 0);
+  EXPECT_TRUE(items.empty());
 }
 
 }  // namespace
