@@ -7,6 +7,7 @@
 
 #include <stdsoap2.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
@@ -101,6 +102,9 @@ int main(int argc, char** argv) {
   ctx.connxns.log = g_syslog;
 
   CommandLine line;
+  // The -D check trusts errno as the parser finds it; start-up so far
+  // (probing the store's files) may have left a stale ENOENT behind.
+  errno = 0;
   CommandLineOutcome outcome = ParseCommandLine(argc, argv, &line, stdout, stderr);
   if (outcome == CommandLineOutcome::kExitSuccess) return 0;
   if (outcome == CommandLineOutcome::kExitFailure) return 1;

@@ -1,0 +1,249 @@
+"""End-to-end harness: a private store, nginx and wsgated on 127.0.0.1.
+
+Everything lives in one temporary folder (store, socket, nginx prefix,
+logs); every process started is stopped by its pid, also when a test fails.
+Paths come from the environment that ctest sets (see CMakeLists.txt):
+WSGATED_BIN, CDSCTL_BIN, WSGATED_WSDL, WSGATED_LOCALE_BUILD, SOURCE_DIR.
+"""
+
+import base64
+import http.client
+import os
+import shutil
+import signal
+import socket
+import subprocess
+import tempfile
+import time
+
+SOURCE_DIR = os.environ.get("SOURCE_DIR", "")
+NGINX_DIR = os.path.join(SOURCE_DIR, "deploy", "nginx")
+SEED = os.path.join(SOURCE_DIR, "deploy", "seed", "sample-device.seed")
+
+SOAP12 = "http://www.w3.org/2003/05/soap-envelope"
+SOAP11 = "http://schemas.xmlsoap.org/soap/envelope/"
+NS = {
+    "nsc1": "http://www.wsgated.example/BACnetWSKestrel",
+    "nsqv": "http://www.wsgated.example/BACnetWSKestrelQV",
+    "nst1": "http://www.wsgated.example/BACnetWSKestrelTest",
+    "nsk7": "http://www.wsgated.example/BACnetWSKestrelK7",
+}
+DEMO_USERS = {"viewer": "viewer-demo", "operator": "operator-demo",
+              "admin": "admin-demo"}
+# Bounded waits for start-up and shutdown; reaching one is a failure,
+# never a measurement.
+START_LIMIT_S = 20
+
+
+def envelope(body, version=12):
+    """A SOAP envelope around `body` declaring every service prefix."""
+    env_ns = SOAP12 if version == 12 else SOAP11
+    decls = " ".join('xmlns:%s="%s"' % item for item in NS.items())
+    return ('<?xml version="1.0" encoding="UTF-8"?>'
+            '<SOAP-ENV:Envelope xmlns:SOAP-ENV="%s" %s>'
+            "<SOAP-ENV:Body>%s</SOAP-ENV:Body></SOAP-ENV:Envelope>"
+            % (env_ns, decls, body)).encode()
+
+
+def free_port():
+    with socket.socket() as s:
+        s.bind(("127.0.0.1", 0))
+        return s.getsockname()[1]
+
+
+def wait_until(predicate, what):
+    deadline = time.monotonic() + START_LIMIT_S
+    while time.monotonic() < deadline:
+        if predicate():
+            return
+        time.sleep(0.05)
+    raise AssertionError("gave up waiting: " + what)
+
+
+def pid_alive(pid):
+    try:
+        os.kill(pid, 0)
+        return True
+    except ProcessLookupError:
+        return False
+
+
+class Response:
+    def __init__(self, status, headers, body):
+        self.status = status
+        self.headers = headers
+        self.body = body
+        self.text = body.decode("utf-8", "replace")
+
+
+class Stack:
+    """Store + nginx + wsgated. Use as a context manager."""
+
+    def __init__(self, daemon_args=("-d", "-D", "6"), background=False):
+        self.daemon_args = list(daemon_args)
+        self.background = background
+        self.dir = tempfile.mkdtemp(prefix="wsgated_e2e.")
+        self.store = os.path.join(self.dir, "cds.db")
+        self.socket = os.path.join(self.dir, "wsgated.socket")
+        self.log = os.path.join(self.dir, "wsgated.log")
+        self.prefix = os.path.join(self.dir, "nginx")
+        self.port = free_port()
+        self.daemon_pid = None
+        self.daemon_proc = None
+        self.nginx_pid = None
+
+    # -- set-up -------------------------------------------------------
+    def __enter__(self):
+        try:
+            self.create_store()
+            self.start_nginx()
+            self.start_daemon()
+        except BaseException:
+            self.close()
+            raise
+        return self
+
+    def __exit__(self, *exc):
+        self.close()
+
+    def cdsctl(self, *args, check=True):
+        return subprocess.run([os.environ["CDSCTL_BIN"], "--store", self.store]
+                              + list(args), check=check, capture_output=True,
+                              text=True)
+
+    def create_store(self):
+        self.cdsctl("create", "--replace", SEED)
+
+    def env(self):
+        env = dict(os.environ)
+        env.update(TOOLKIT_CDS_PATH=self.store, WSGATED_SOCKET=self.socket,
+                   WSGATED_LOCALE_DIR=os.environ["WSGATED_LOCALE_BUILD"],
+                   TOOLKIT_LOG_FILE=self.log)
+        return env
+
+    def render(self, template, target, **words):
+        with open(os.path.join(NGINX_DIR, template)) as f:
+            text = f.read()
+        for key, value in words.items():
+            text = text.replace("@%s@" % key, value)
+        with open(target, "w") as f:
+            f.write(text)
+
+    def start_nginx(self):
+        for sub in ("logs", "tmp"):
+            os.makedirs(os.path.join(self.prefix, sub))
+        # Workers run as our user so they can reach the daemon's socket.
+        user = "user root;" if os.getuid() == 0 else ""
+        words = dict(PREFIX=self.prefix, PORT=str(self.port),
+                     SOCKET=self.socket, WSDL=os.environ["WSGATED_WSDL"],
+                     USER_LINE=user)
+        self.render("wsgated.conf.template",
+                    os.path.join(self.prefix, "nginx.conf"), **words)
+        self.render("wsgated-location.conf.template",
+                    os.path.join(self.prefix, "wsgated-location.conf"), **words)
+        open(os.path.join(self.prefix, "wsgated-tls.conf"), "w").close()
+        with open(os.path.join(self.prefix, "htpasswd"), "w") as f:
+            for user_name, password in DEMO_USERS.items():
+                hashed = subprocess.run(
+                    ["openssl", "passwd", "-apr1", password], check=True,
+                    capture_output=True, text=True).stdout.strip()
+                f.write("%s:%s\n" % (user_name, hashed))
+        subprocess.run(["nginx", "-p", self.prefix, "-c",
+                        os.path.join(self.prefix, "nginx.conf")],
+                       check=True, capture_output=True)
+        pid_file = os.path.join(self.prefix, "nginx.pid")
+        wait_until(lambda: os.path.exists(pid_file), "nginx pid file")
+        with open(pid_file) as f:
+            self.nginx_pid = int(f.read().strip())
+
+    def start_daemon(self):
+        argv = [os.environ["WSGATED_BIN"]] + self.daemon_args
+        if self.background:
+            done = subprocess.run(argv, env=self.env(), capture_output=True)
+            assert done.returncode == 0, done
+            wait_until(lambda: self.registered_pid() is not None,
+                       "the daemon's watchdog registration")
+            self.daemon_pid = self.registered_pid()
+        else:
+            self.daemon_proc = subprocess.Popen(
+                argv, env=self.env(), stdout=subprocess.DEVNULL,
+                stderr=subprocess.DEVNULL)
+            self.daemon_pid = self.daemon_proc.pid
+        wait_until(lambda: "FCGI app listening" in self.daemon_log()
+                   or not pid_alive(self.daemon_pid), "the daemon's socket")
+        assert pid_alive(self.daemon_pid), self.daemon_log()
+
+    def registered_pid(self):
+        for line in self.cdsctl("watchdogs").stdout.splitlines():
+            fields = line.split()
+            if "wsgated" in fields:
+                for field in fields:
+                    if field.startswith("pid="):
+                        return int(field[4:])
+                    if field.isdigit():
+                        return int(field)
+        return None
+
+    # -- tear-down ----------------------------------------------------
+    def stop_daemon(self):
+        """SIGTERM the daemon and wait for it; returns its exit status."""
+        if self.daemon_pid is None:
+            return None
+        pid, self.daemon_pid = self.daemon_pid, None
+        if pid_alive(pid):
+            os.kill(pid, signal.SIGTERM)
+        if self.daemon_proc is not None:
+            try:
+                return self.daemon_proc.wait(timeout=START_LIMIT_S)
+            except subprocess.TimeoutExpired:
+                self.daemon_proc.kill()
+                self.daemon_proc.wait()
+                raise AssertionError("daemon ignored SIGTERM")
+        wait_until(lambda: not pid_alive(pid), "the daemon's exit")
+        return 0
+
+    def close(self):
+        try:
+            self.stop_daemon()
+        finally:
+            if self.nginx_pid is not None and pid_alive(self.nginx_pid):
+                os.kill(self.nginx_pid, signal.SIGQUIT)
+                wait_until(lambda: not pid_alive(self.nginx_pid),
+                           "nginx's exit")
+            self.nginx_pid = None
+            if not os.environ.get("WSGATED_E2E_KEEP"):
+                shutil.rmtree(self.dir, ignore_errors=True)
+
+    # -- calls --------------------------------------------------------
+    def daemon_log(self):
+        try:
+            with open(self.log, errors="replace") as f:
+                return f.read()
+        except FileNotFoundError:
+            return ""
+
+    def request(self, method="POST", path="/wsgated", body=b"", headers=None,
+                user="admin", source="127.0.0.1"):
+        conn = http.client.HTTPConnection("127.0.0.1", self.port,
+                                          timeout=START_LIMIT_S,
+                                          source_address=(source, 0))
+        all_headers = dict(headers or {})
+        if user is not None:
+            token = "%s:%s" % (user, DEMO_USERS[user])
+            all_headers["Authorization"] = (
+                "Basic " + base64.b64encode(token.encode()).decode())
+        try:
+            conn.request(method, path, body=body, headers=all_headers)
+            reply = conn.getresponse()
+            return Response(reply.status, dict(reply.getheaders()),
+                            reply.read())
+        finally:
+            conn.close()
+
+    def soap(self, body, version=12, **kwargs):
+        content_type = ("application/soap+xml; charset=utf-8" if version == 12
+                        else "text/xml; charset=utf-8")
+        headers = {"Content-Type": content_type}
+        headers.update(kwargs.pop("headers", {}))
+        return self.request(body=envelope(body, version), headers=headers,
+                            **kwargs)

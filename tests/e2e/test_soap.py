@@ -1,0 +1,153 @@
+"""SOAP through nginx: versions, faults, hostile input, the WSDL."""
+
+import unittest
+
+import harness
+from harness import NS, SOAP11, SOAP12
+
+PENDING_OR_RESULT = "<nsqv:whoAmI/>"
+
+
+class SoapTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.stack = harness.Stack()
+        cls.stack.__enter__()
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.stack.__exit__(None, None, None)
+
+    def assertServedNormally(self):
+        """The daemon still answers a plain call in order."""
+        reply = self.stack.soap(PENDING_OR_RESULT)
+        self.assertIn(SOAP12, reply.text)
+        self.assertIn(reply.status, (200, 500))
+        self.assertNotIn("no-such-method", reply.text.lower())
+
+    def assertFault(self, reply, envelope_ns=SOAP12):
+        self.assertIn(envelope_ns, reply.text, reply.text)
+        self.assertIn("Fault", reply.text, reply.text)
+
+    # -- versions -----------------------------------------------------
+    def test_soap12_is_answered_in_soap12(self):
+        reply = self.stack.soap(PENDING_OR_RESULT, version=12)
+        self.assertIn(SOAP12, reply.text)
+        self.assertNotIn(SOAP11, reply.text)
+        self.assertTrue(reply.headers.get("Content-Type", "")
+                        .startswith("application/soap+xml"), reply.headers)
+
+    def test_soap11_is_answered_in_soap11(self):
+        reply = self.stack.soap(PENDING_OR_RESULT, version=11)
+        self.assertIn(SOAP11, reply.text)
+        self.assertNotIn(SOAP12, reply.text)
+        self.assertTrue(reply.headers.get("Content-Type", "")
+                        .startswith("text/xml"), reply.headers)
+
+    # -- dispatch faults ----------------------------------------------
+    def test_unknown_and_wrong_case_operations_get_no_such_method(self):
+        for body in ("<nsc1:getvalue><path>/x</path></nsc1:getvalue>",
+                     "<nsqv:getValue><path>/x</path></nsqv:getValue>",
+                     "<nsc1:noSuchOperation/>"):
+            with self.subTest(body=body):
+                reply = self.stack.soap(body)
+                self.assertFault(reply)
+                self.assertIn(reply.status, (400, 500))
+        self.assertServedNormally()
+
+    def test_min_avg_max_values_is_a_server_fault(self):
+        reply = self.stack.soap(
+            "<nsqv:getMinAvgMaxValues><paths>/Devices</paths>"
+            "</nsqv:getMinAvgMaxValues>")
+        self.assertEqual(500, reply.status)
+        self.assertFault(reply)
+        self.assertIn("Receiver", reply.text)
+        reply11 = self.stack.soap("<nsqv:getMinAvgMaxValues/>", version=11)
+        self.assertEqual(500, reply11.status)
+        self.assertIn("Server", reply11.text)
+
+    # -- hostile input: each is refused, and the next call is served --
+    def post_raw(self, body):
+        return self.stack.request(body=body, headers={
+            "Content-Type": "application/soap+xml; charset=utf-8"})
+
+    def test_malformed_xml(self):
+        reply = self.post_raw(b"<SOAP-ENV:Envelope xmlns:SOAP-ENV='%s'><oops"
+                              % SOAP12.encode())
+        self.assertGreaterEqual(reply.status, 400)
+        self.assertServedNormally()
+
+    def test_body_that_is_not_xml(self):
+        reply = self.post_raw(b"GET / HTTP/1.1\r\nHost: x\r\n\r\n")
+        self.assertGreaterEqual(reply.status, 400)
+        self.assertServedNormally()
+
+    def test_empty_body(self):
+        reply = self.post_raw(b"")
+        self.assertGreaterEqual(reply.status, 400)
+        self.assertServedNormally()
+
+    def test_entity_declarations_are_not_expanded(self):
+        body = ('<?xml version="1.0"?><!DOCTYPE e [<!ENTITY x "EXPANDED">'
+                '<!ENTITY y "&x;&x;&x;&x;&x;&x;&x;&x;">]>'
+                '<SOAP-ENV:Envelope xmlns:SOAP-ENV="%s" xmlns:nsc1="%s">'
+                "<SOAP-ENV:Body><nsc1:getValue><path>&y;</path>"
+                "</nsc1:getValue></SOAP-ENV:Body></SOAP-ENV:Envelope>"
+                % (SOAP12, NS["nsc1"])).encode()
+        reply = self.post_raw(body)
+        self.assertNotIn("EXPANDED", reply.text)
+        self.assertServedNormally()
+
+    def test_very_deep_nesting(self):
+        depth = 100000
+        inner = "<a>" * depth + "</a>" * depth
+        reply = self.stack.soap("<nsc1:getValue><path>%s</path></nsc1:getValue>"
+                                % inner)
+        self.assertGreaterEqual(reply.status, 400)
+        self.assertServedNormally()
+
+    def test_body_above_the_size_limit(self):
+        filler = "x" * (17 * 1024 * 1024)
+        reply = self.stack.soap("<nsc1:getValue><path>%s</path></nsc1:getValue>"
+                                % filler)
+        self.assertEqual(413, reply.status)
+        self.assertServedNormally()
+
+    def test_large_body_below_the_limit_reaches_the_daemon(self):
+        filler = "x" * (8 * 1024 * 1024)
+        reply = self.stack.soap("<nsc1:getValue><path>/%s</path></nsc1:getValue>"
+                                % filler)
+        self.assertIn(SOAP12, reply.text)
+        self.assertServedNormally()
+
+    # -- the front end ------------------------------------------------
+    def test_soap_without_credentials_is_refused_by_nginx(self):
+        reply = self.stack.soap(PENDING_OR_RESULT, user=None)
+        self.assertEqual(401, reply.status)
+
+    def test_wsdl_names_the_address_the_client_used(self):
+        reply = self.stack.request(method="GET", path="/wsgated?wsdl",
+                                   user=None)
+        self.assertEqual(200, reply.status)
+        self.assertIn("http://127.0.0.1:%d/wsgated" % self.stack.port,
+                      reply.text)
+        self.assertNotIn("http://localhost/wsgated", reply.text)
+
+    def test_zeep_loads_the_wsdl_and_calls_an_operation(self):
+        import requests
+        import zeep
+        from zeep.transports import Transport
+        session = requests.Session()
+        session.auth = ("admin", harness.DEMO_USERS["admin"])
+        client = zeep.Client("http://127.0.0.1:%d/wsgated?wsdl"
+                             % self.stack.port,
+                             transport=Transport(session=session))
+        with self.assertRaises(zeep.exceptions.Fault):
+            client.service.getMinAvgMaxValues(paths=["/Devices"])
+        # A second call on the same client: the daemon answered the first.
+        with self.assertRaises(zeep.exceptions.Fault):
+            client.service.getMinAvgMaxValues(paths=["/Devices"])
+
+
+if __name__ == "__main__":
+    unittest.main()
