@@ -6,6 +6,9 @@ import harness
 from harness import NS, SOAP11, SOAP12
 
 PENDING_OR_RESULT = "<nsqv:whoAmI/>"
+MIN_AVG_MAX = ("<nsqv:getMinAvgMaxValues><paths>/Devices</paths>"
+               "<startTime>0</startTime><endTime>1</endTime>"
+               "<ratePeriod>RatePeriodA</ratePeriod></nsqv:getMinAvgMaxValues>")
 
 
 class SoapTest(unittest.TestCase):
@@ -56,15 +59,16 @@ class SoapTest(unittest.TestCase):
         self.assertServedNormally()
 
     def test_min_avg_max_values_is_a_server_fault(self):
-        reply = self.stack.soap(
-            "<nsqv:getMinAvgMaxValues><paths>/Devices</paths>"
-            "</nsqv:getMinAvgMaxValues>")
-        self.assertEqual(500, reply.status)
+        # The engine's own code and text for error 2; SOAP 1.2 lets it
+        # answer 400 or 500, SOAP 1.1 faults are always 500.
+        reply = self.stack.soap(MIN_AVG_MAX)
+        self.assertIn(reply.status, (400, 500))
         self.assertFault(reply)
-        self.assertIn("Receiver", reply.text)
-        reply11 = self.stack.soap("<nsqv:getMinAvgMaxValues/>", version=11)
+        self.assertIn("Server fault", reply.text)
+        reply11 = self.stack.soap(MIN_AVG_MAX, version=11)
         self.assertEqual(500, reply11.status)
-        self.assertIn("Server", reply11.text)
+        self.assertFault(reply11, SOAP11)
+        self.assertIn("Server fault", reply11.text)
 
     # -- hostile input: each is refused, and the next call is served --
     def post_raw(self, body):
@@ -142,11 +146,13 @@ class SoapTest(unittest.TestCase):
         client = zeep.Client("http://127.0.0.1:%d/wsgated?wsdl"
                              % self.stack.port,
                              transport=Transport(session=session))
+        call = dict(paths=["/Devices"], startTime=0, endTime=1,
+                    ratePeriod="RatePeriodA")
         with self.assertRaises(zeep.exceptions.Fault):
-            client.service.getMinAvgMaxValues(paths=["/Devices"])
+            client.service.getMinAvgMaxValues(**call)
         # A second call on the same client: the daemon answered the first.
         with self.assertRaises(zeep.exceptions.Fault):
-            client.service.getMinAvgMaxValues(paths=["/Devices"])
+            client.service.getMinAvgMaxValues(**call)
 
 
 if __name__ == "__main__":
