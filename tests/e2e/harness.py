@@ -174,15 +174,23 @@ class Stack:
         assert pid_alive(self.daemon_pid), self.daemon_log()
 
     def registered_pid(self):
+        # "wsgated\tpid 123\tperiod 90s\tlast ping ..."
         for line in self.cdsctl("watchdogs").stdout.splitlines():
-            fields = line.split()
-            if "wsgated" in fields:
-                for field in fields:
-                    if field.startswith("pid="):
-                        return int(field[4:])
-                    if field.isdigit():
-                        return int(field)
+            fields = line.split("\t")
+            if fields[0] == "wsgated" and len(fields) > 1:
+                return int(fields[1].split()[1])
         return None
+
+    def app_status(self):
+        return self.cdsctl("get", "/Software/Data Servers/BACnet WebServices"
+                           "/AppStatus/Value").stdout.strip()
+
+    def connections(self):
+        """Numbered entries below the daemon's connection node."""
+        shown = self.cdsctl("show", "/Software/Data Servers/Connections/"
+                            "BACnet WebServices", "--depth", "1").stdout
+        return [line for line in shown.splitlines()
+                if line.strip().isdigit()]
 
     # -- tear-down ----------------------------------------------------
     def stop_daemon(self):
