@@ -1,0 +1,52 @@
+#!/usr/bin/env bash
+# Starts a private nginx on 127.0.0.1:$WSGATED_PORT (default 8080) and
+# wsgated in the background against the sample store ./.run/cds.db (made by
+# scripts/run.sh). Everything lives under ./.run; scripts/stop.sh stops both
+# by the pids recorded there.
+#
+# Environment: BUILD_DIR (./build), RUN_DIR (./.run), WSGATED_PORT (8080).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+build_dir=${BUILD_DIR:-build}
+run_dir=$PWD/${RUN_DIR:-.run}
+port=${WSGATED_PORT:-8080}
+prefix=$run_dir/nginx
+store=$run_dir/cds.db
+socket=$run_dir/wsgated.socket
+wsdl=$PWD/$build_dir/contract/wsgated.wsdl
+
+[ -f "$store" ] || { echo "serve: no store $store (run scripts/run.sh)" >&2; exit 1; }
+mkdir -p "$prefix/logs" "$prefix/tmp"
+
+render() {  # template target
+  sed -e "s|@PREFIX@|$prefix|g" -e "s|@PORT@|$port|g" \
+      -e "s|@SOCKET@|$socket|g" -e "s|@WSDL@|$wsdl|g" \
+      -e "s|@USER_LINE@|$user_line|g" "deploy/nginx/$1" > "$prefix/$2"
+}
+# nginx workers must reach the daemon's socket: run them as our user.
+user_line=""
+[ "$(id -u)" -eq 0 ] && user_line="user root;"
+render wsgated.conf.template nginx.conf
+render wsgated-location.conf.template wsgated-location.conf
+: > "$prefix/wsgated-tls.conf"
+grep -v '^#' deploy/nginx/demo-users | while IFS=: read -r name password; do
+  echo "$name:$(openssl passwd -apr1 "$password")"
+done > "$prefix/htpasswd"
+
+nginx -p "$prefix" -c "$prefix/nginx.conf"
+
+export TOOLKIT_CDS_PATH=$store WSGATED_SOCKET=$socket
+export WSGATED_LOCALE_DIR=$PWD/$build_dir/locale
+export TOOLKIT_LOG_FILE=$run_dir/wsgated.log
+"$build_dir/host/wsgated" -D 2
+# The daemon records its pid with its watchdog registration.
+for _ in $(seq 100); do
+  pid=$("$build_dir/tools/cdsctl/cdsctl" --store "$store" watchdogs |
+        awk -F'\t' '$1 == "wsgated" { split($2, p, " "); print p[2] }')
+  [ -n "$pid" ] && break
+  sleep 0.1
+done
+echo "${pid:?wsgated did not start; see $TOOLKIT_LOG_FILE}" > "$run_dir/wsgated.pid"
+echo "wsgated (pid $pid) behind nginx at http://127.0.0.1:$port/wsgated"
+echo "WSDL: http://127.0.0.1:$port/wsgated?wsdl   users: deploy/nginx/demo-users"
