@@ -24,6 +24,8 @@ using store::StmtScope;
 using store::WriteScope;
 
 const char kDefaultStorePath[] = "/var/lib/toolkit/cds.db";
+// Parsed paths a connection keeps for its next get_leaves.
+constexpr size_t kParsedKept = 4096;
 
 // Runs the body of a public call: its status decides the return value, and
 // an exception becomes an I/O error instead of leaving the library.
@@ -95,12 +97,9 @@ api_status_t read_stored(pcd_connection* c, const CPath& path,
   return status == API_STATUS_OK ? API_STATUS_NO_ATTRIBUTE : status;
 }
 
-// The texts of a one-column query joined with ";" (Children, Attributes).
-api_status_t join_names(pcd_connection* c, store::StmtId id, long long node,
-                        std::string& out) {
-  StmtScope s(c, id);
-  if (!s.ok()) return s.error();
-  s.bind(1, node);
+// The texts of a bound one-column query joined with ";" (Children,
+// Attributes).
+api_status_t join_names(StmtScope& s, std::string& out) {
   out.clear();
   int rc;
   for (bool first = true; (rc = s.step()) == SQLITE_ROW; first = false) {
@@ -109,6 +108,22 @@ api_status_t join_names(pcd_connection* c, store::StmtId id, long long node,
     if (text != nullptr) out += reinterpret_cast<const char*>(text);
   }
   return rc == SQLITE_DONE ? API_STATUS_OK : store::status_from_sqlite(rc);
+}
+
+api_status_t read_child_names(pcd_connection* c, long long node,
+                              std::string& out) {
+  StmtScope s(c, store::kStmtChildNames);
+  if (!s.ok()) return s.error();
+  s.bind(1, node);
+  return join_names(s, out);
+}
+
+api_status_t read_leaf_names(pcd_connection* c, const std::string& node_path,
+                             std::string& out) {
+  StmtScope s(c, store::kStmtLeafNames);
+  if (!s.ok()) return s.error();
+  s.bind(1, node_path);
+  return join_names(s, out);
 }
 
 // A count in the type the attribute table gives it.
@@ -134,11 +149,12 @@ api_status_t read_child_count(pcd_connection* c, long long node,
 
 // .ChangeCount: the Value's write counter, stamped with the Value's time.
 // A node without a Value has seen no writes.
-api_status_t read_change_count(pcd_connection* c, long long node,
+api_status_t read_change_count(pcd_connection* c,
+                               const std::string& node_path,
                                CElement& element) {
   StmtScope s(c, store::kStmtValueChanges);
   if (!s.ok()) return s.error();
-  s.bind(1, node);
+  s.bind(1, node_path);
   const int rc = s.step();
   if (rc == SQLITE_DONE) {
     set_count(element, PCD_ATTR_CHANGE_COUNT, 0);
@@ -168,15 +184,15 @@ api_status_t read_virtual(pcd_connection* c, const CPath& path, int code,
   property = PCD_PROP_AUTOMATIC;
   switch (code) {
     case PCD_ATTR_CHILDREN:
-      status = join_names(c, store::kStmtChildNames, node, text);
+      status = read_child_names(c, node, text);
       break;
     case PCD_ATTR_ATTRIBUTES:
-      status = join_names(c, store::kStmtLeafNames, node, text);
+      status = read_leaf_names(c, path.getNodePath(), text);
       break;
     case PCD_ATTR_CHILD_COUNT:
       return read_child_count(c, node, element);
     case PCD_ATTR_CHANGE_COUNT:
-      return read_change_count(c, node, element);
+      return read_change_count(c, path.getNodePath(), element);
     case PCD_ATTR_NAME:
       break;  // `text` holds the node's name
     default:
@@ -197,6 +213,81 @@ api_status_t read_leaf(pcd_connection* c, const CPath& path, CElement& element,
   if (status != API_STATUS_OK && status != API_STATUS_NOT_TYPED) {
     clear_element(element, property);
   }
+  return status;
+}
+
+// Parses every path into the connection's scratch list and describes the
+// stored leaves among them as keys of one batched lookup. A path that is
+// malformed or names a computed attribute gets a key without a node, which
+// matches nothing.
+void prepare_keys(pcd_connection* c, const std::vector<std::string>& paths,
+                  std::vector<api_status_t>& statuses,
+                  std::vector<store::LeafKey>& keys) {
+  std::vector<CPath>& parsed = c->parsed;
+  if (parsed.size() < paths.size()) parsed.resize(paths.size());
+  keys.assign(paths.size(), store::LeafKey{nullptr, 0, nullptr, 0});
+  for (size_t i = 0; i < paths.size(); ++i) {
+    statuses[i] = API_STATUS_UNKNOWN;
+    if (!parse(parsed[i], paths[i])) {
+      statuses[i] = API_STATUS_BAD_PATH;
+      continue;
+    }
+    const std::string& attr = parsed[i].getPathAttribute();
+    if ((store::classify_attribute(attr).flags & PCD_AF_VIRTUAL) != 0) {
+      continue;
+    }
+    const std::string& node = parsed[i].getNodePath();
+    keys[i] = store::LeafKey{node.data(), static_cast<int>(node.size()),
+                             attr.data(), static_cast<int>(attr.size())};
+  }
+}
+
+// One statement finds every stored leaf that exists; rows arrive with the
+// key's position as rowid.
+api_status_t read_found(pcd_connection* c,
+                        const std::vector<store::LeafKey>& keys,
+                        std::vector<api_status_t>& statuses,
+                        std::vector<CElement>& elements,
+                        std::vector<element_property_t>& properties) {
+  const store::LeafKeys batch{keys.data(), keys.size()};
+  StmtScope s(c, store::kStmtReadLeaves);
+  if (!s.ok()) return s.error();
+  store::bind_keys(s.get(), 1, &batch);
+  int rc;
+  while ((rc = s.step()) == SQLITE_ROW) {
+    const size_t i = static_cast<size_t>(sqlite3_column_int64(s.get(), 0));
+    if (i >= keys.size()) continue;
+    store::column_element(s.get(), 1, elements[i]);
+    properties[i] =
+        static_cast<element_property_t>(sqlite3_column_int(s.get(), 5));
+    statuses[i] = elements[i].get_type() == PCD_TYPE_NONE
+                      ? API_STATUS_NOT_TYPED
+                      : API_STATUS_OK;
+  }
+  return rc == SQLITE_DONE ? API_STATUS_OK : store::status_from_sqlite(rc);
+}
+
+// get_leaves inside its snapshot: the batched lookup first, then, one by
+// one, what it could not answer: computed attributes and misses (which
+// need to know whether the node exists).
+api_status_t read_leaves(pcd_connection* c,
+                         const std::vector<std::string>& paths,
+                         std::vector<api_status_t>& statuses,
+                         std::vector<CElement>& elements,
+                         std::vector<element_property_t>& properties) {
+  std::vector<store::LeafKey> keys;
+  prepare_keys(c, paths, statuses, keys);
+  api_status_t status = read_found(c, keys, statuses, elements, properties);
+  for (size_t i = 0; i < paths.size() && status == API_STATUS_OK; ++i) {
+    if (statuses[i] == API_STATUS_UNKNOWN) {
+      statuses[i] = read_leaf(c, c->parsed[i], elements[i], properties[i]);
+      status = store::is_call_failure(statuses[i]) ? statuses[i] : status;
+    } else if (statuses[i] == API_STATUS_BAD_PATH) {
+      clear_element(elements[i], properties[i]);
+    }
+  }
+  // A rare huge batch should not pin its memory for the connection's life.
+  if (c->parsed.size() > kParsedKept) c->parsed.resize(kParsedKept);
   return status;
 }
 
@@ -436,22 +527,12 @@ int CCds::get_leaves(const std::vector<std::string>& paths,
     statuses.assign(count, API_STATUS_NOT_OPEN);
     if (handle == nullptr) return API_STATUS_NOT_OPEN;
     ReadScope snapshot(handle);
-    const api_status_t status = snapshot.begin();
-    if (status != API_STATUS_OK) {
-      statuses.assign(count, status);
-      return status;
+    api_status_t status = snapshot.begin();
+    if (status == API_STATUS_OK) {
+      status = read_leaves(handle, paths, statuses, elements, properties);
     }
-    CPath parsed;  // reused, so that its strings keep their capacity
-    for (size_t i = 0; i < count; ++i) {
-      if (!parse(parsed, paths[i])) {
-        clear_element(elements[i], properties[i]);
-        statuses[i] = API_STATUS_BAD_PATH;
-        continue;
-      }
-      statuses[i] = read_leaf(handle, parsed, elements[i], properties[i]);
-      if (store::is_call_failure(statuses[i])) return statuses[i];
-    }
-    return API_STATUS_OK;
+    if (store::is_call_failure(status)) statuses.assign(count, status);
+    return status;
   });
 }
 

@@ -40,36 +40,37 @@ const char* const kSql[kStmtCount] = {
     /* kStmtBumpSecurityGeneration */
     "UPDATE meta SET value = value + 1 WHERE key = 'security_generation'",
     /* kStmtReadLeaf */
-    "SELECT l.type, l.value, l.sec, l.usec, l.prop FROM node n "
-    "JOIN leaf l ON l.node = n.id WHERE n.path = ?1 AND l.attr = ?2",
+    "SELECT type, value, sec, usec, prop FROM leaf "
+    "WHERE path = ?1 AND attr = ?2",
+    /* kStmtReadLeaves: CROSS JOIN keeps the keys the outer loop, so that
+       each key costs one search of the leaf table's key */
+    "SELECT k.rowid, l.type, l.value, l.sec, l.usec, l.prop "
+    "FROM cds_keys(?1) k CROSS JOIN leaf l "
+    "WHERE l.path = k.node AND l.attr = k.attr",
     /* kStmtNodeId */ "SELECT id, name FROM node WHERE path = ?1",
     /* kStmtChildNames */ "SELECT name FROM node WHERE parent = ?1 ORDER BY id",
     /* kStmtChildCount */ "SELECT count(*) FROM node WHERE parent = ?1",
-    /* kStmtLeafNames */ "SELECT attr FROM leaf WHERE node = ?1 ORDER BY seq",
+    /* kStmtLeafNames */ "SELECT attr FROM leaf WHERE path = ?1 ORDER BY seq",
     /* kStmtValueChanges */
-    "SELECT changes, sec, usec FROM leaf WHERE node = ?1 AND attr = 'Value'",
+    "SELECT changes, sec, usec FROM leaf WHERE path = ?1 AND attr = 'Value'",
     /* kStmtUpdateLeaf */
     "UPDATE leaf SET type = ?3, value = ?4, sec = ?5, usec = ?6, "
     "prop = CASE WHEN prop >= 2 THEN prop WHEN ?7 = 1 THEN 1 "
     "WHEN ?7 = 2 THEN 0 ELSE prop END, "
     "changes = changes + 1, writer = ?8 "
-    "WHERE node = (SELECT id FROM node WHERE path = ?1) AND attr = ?2",
-    /* kStmtInsertLeaf */
-    "INSERT INTO leaf(node, attr, seq, type, value, sec, usec, prop, changes,"
-    " writer) SELECT n.id, ?2, "
-    "(SELECT ifnull(max(seq), 0) + 1 FROM leaf WHERE node = n.id), "
-    "?3, ?4, ?5, ?6, ?7 = 1, 1, ?8 FROM node n WHERE n.path = ?1",
-    /* kStmtSetProperty */
-    "UPDATE leaf SET prop = ?3 "
-    "WHERE node = (SELECT id FROM node WHERE path = ?1) AND attr = ?2",
+    "WHERE path = ?1 AND attr = ?2",
+    /* kStmtInsertLeaf: only on an existing node */
+    "INSERT INTO leaf(path, attr, seq, type, value, sec, usec, prop, changes,"
+    " writer) SELECT ?1, ?2, "
+    "(SELECT ifnull(max(seq), 0) + 1 FROM leaf WHERE path = ?1), "
+    "?3, ?4, ?5, ?6, ?7 = 1, 1, ?8 "
+    "WHERE EXISTS (SELECT 1 FROM node WHERE path = ?1)",
     /* kStmtInsertNode */
     "INSERT INTO node(path, parent, name) VALUES(?1, ?2, ?3)",
     /* kStmtDeleteLeaf */
-    "DELETE FROM leaf "
-    "WHERE node = (SELECT id FROM node WHERE path = ?1) AND attr = ?2",
+    "DELETE FROM leaf WHERE path = ?1 AND attr = ?2",
     /* kStmtDeleteSubtreeLeaves */
-    "DELETE FROM leaf WHERE node IN (SELECT id FROM node "
-    "WHERE path = ?1 OR (path > ?2 AND path < ?3))",
+    "DELETE FROM leaf WHERE path = ?1 OR (path > ?2 AND path < ?3)",
     /* kStmtDeleteSubtreeNodes */
     "DELETE FROM node WHERE path = ?1 OR (path > ?2 AND path < ?3)",
     /* kStmtInsertEvent */
@@ -100,20 +101,21 @@ const char kSchema[] =
     "CREATE TABLE node(id INTEGER PRIMARY KEY, path TEXT UNIQUE NOT NULL,"
     " parent INTEGER, name TEXT NOT NULL);"
     "CREATE INDEX node_parent ON node(parent, id);"
-    // `value` has no declared type on purpose: any declared type would give
-    // the column an affinity, and text such as "007" must stay text.
-    "CREATE TABLE leaf(node INTEGER NOT NULL, attr TEXT NOT NULL,"
+    // Leaves are keyed by their node's path rather than its id: a read is
+    // then one search of one index. `value` has no declared type on
+    // purpose: a declared type would give the column an affinity, and text
+    // such as "007" must stay text.
+    "CREATE TABLE leaf(path TEXT NOT NULL, attr TEXT NOT NULL,"
     " seq INTEGER NOT NULL, type INTEGER NOT NULL, value,"
     " sec INTEGER NOT NULL, usec INTEGER NOT NULL, prop INTEGER NOT NULL,"
     " changes INTEGER NOT NULL, writer TEXT,"
-    " PRIMARY KEY(node, attr)) WITHOUT ROWID;"
+    " PRIMARY KEY(path, attr)) WITHOUT ROWID;"
     "CREATE TABLE events(queue_id INTEGER PRIMARY KEY AUTOINCREMENT,"
     " queued_us INTEGER NOT NULL, payload TEXT NOT NULL);"
     "CREATE TABLE watchdog(name TEXT PRIMARY KEY, pid INTEGER NOT NULL,"
     " period INTEGER NOT NULL, last_ping_us INTEGER NOT NULL) WITHOUT ROWID;"
     "CREATE TABLE syslog(id INTEGER PRIMARY KEY, time_us INTEGER NOT NULL,"
     " level INTEGER NOT NULL, message TEXT NOT NULL);"
-    "INSERT INTO meta VALUES('schema_version', 1);"
     "INSERT INTO meta VALUES('security_generation', 0);"
     "INSERT INTO node(id, path, parent, name) VALUES(1, '/', NULL, '');";
 
@@ -152,13 +154,6 @@ bool is_wal(sqlite3* db) {
   return wal;
 }
 
-// Per-connection settings; WAL itself is a property of the file, set when
-// the store is created.
-bool configure(sqlite3* db) {
-  sqlite3_busy_timeout(db, busy_ms_from_env());
-  return sqlite3_exec(db, "PRAGMA synchronous = NORMAL", nullptr, nullptr,
-                      nullptr) == SQLITE_OK;
-}
 
 bool file_exists(const std::string& path) {
   struct stat st;
@@ -183,7 +178,9 @@ int write_new_store(const std::string& path) {
   }
   if (rc == SQLITE_OK) {
     const std::string script =
-        std::string("BEGIN;") + kSchema + "COMMIT;";
+        std::string("BEGIN;") + kSchema +
+        "INSERT INTO meta VALUES('schema_version', " +
+        std::to_string(kSchemaVersion) + ");COMMIT;";
     rc = sqlite3_exec(db, script.c_str(), nullptr, nullptr, nullptr);
   }
   if (rc == SQLITE_OK && !is_wal(db)) rc = SQLITE_ERROR;
@@ -191,7 +188,128 @@ int write_new_store(const std::string& path) {
   return rc == SQLITE_OK ? 0 : -1;
 }
 
+// ---------------------------------------------------------------------------
+// cds_keys(?): a table-valued function over a LeafKeys array, one row per
+// key, rowid = position in the array. Eponymous only (no xCreate), so it
+// never appears in the schema and other SQLite clients can open the file.
+
+const char kKeysPointerType[] = "cds_keys";
+
+struct KeysCursor {
+  sqlite3_vtab_cursor base;  // first: SQLite casts between the two
+  const LeafKeys* keys;
+  size_t row;
+};
+
+int keys_connect(sqlite3* db, void*, int, const char* const*,
+                 sqlite3_vtab** table, char**) {
+  const int rc = sqlite3_declare_vtab(
+      db, "CREATE TABLE x(node TEXT, attr TEXT, keys HIDDEN)");
+  if (rc != SQLITE_OK) return rc;
+  *table = static_cast<sqlite3_vtab*>(sqlite3_malloc(sizeof(sqlite3_vtab)));
+  if (*table == nullptr) return SQLITE_NOMEM;
+  memset(*table, 0, sizeof(sqlite3_vtab));
+  return SQLITE_OK;
+}
+
+int keys_disconnect(sqlite3_vtab* table) {
+  sqlite3_free(table);
+  return SQLITE_OK;
+}
+
+// The only usable plan reads the array bound to the hidden `keys` column.
+int keys_best_index(sqlite3_vtab*, sqlite3_index_info* info) {
+  for (int i = 0; i < info->nConstraint; ++i) {
+    const auto& constraint = info->aConstraint[i];
+    if (constraint.iColumn != 2 ||
+        constraint.op != SQLITE_INDEX_CONSTRAINT_EQ) {
+      continue;
+    }
+    if (!constraint.usable) return SQLITE_CONSTRAINT;
+    info->aConstraintUsage[i].argvIndex = 1;
+    info->aConstraintUsage[i].omit = 1;
+    info->estimatedCost = 1000;
+    info->estimatedRows = 1000;
+    return SQLITE_OK;
+  }
+  return SQLITE_CONSTRAINT;
+}
+
+int keys_open(sqlite3_vtab*, sqlite3_vtab_cursor** cursor) {
+  auto* c = static_cast<KeysCursor*>(sqlite3_malloc(sizeof(KeysCursor)));
+  if (c == nullptr) return SQLITE_NOMEM;
+  memset(c, 0, sizeof(KeysCursor));
+  *cursor = &c->base;
+  return SQLITE_OK;
+}
+
+int keys_close(sqlite3_vtab_cursor* cursor) {
+  sqlite3_free(cursor);
+  return SQLITE_OK;
+}
+
+int keys_filter(sqlite3_vtab_cursor* cursor, int, const char*, int argc,
+                sqlite3_value** argv) {
+  auto* c = reinterpret_cast<KeysCursor*>(cursor);
+  c->row = 0;
+  c->keys = argc < 1 ? nullptr
+                     : static_cast<const LeafKeys*>(
+                           sqlite3_value_pointer(argv[0], kKeysPointerType));
+  return SQLITE_OK;
+}
+
+int keys_next(sqlite3_vtab_cursor* cursor) {
+  ++reinterpret_cast<KeysCursor*>(cursor)->row;
+  return SQLITE_OK;
+}
+
+int keys_eof(sqlite3_vtab_cursor* cursor) {
+  const auto* c = reinterpret_cast<KeysCursor*>(cursor);
+  return c->keys == nullptr || c->row >= c->keys->count;
+}
+
+int keys_column(sqlite3_vtab_cursor* cursor, sqlite3_context* context,
+                int column) {
+  const auto* c = reinterpret_cast<KeysCursor*>(cursor);
+  const LeafKey& key = c->keys->keys[c->row];
+  if (column == 0) {
+    sqlite3_result_text(context, key.node, key.node_size, SQLITE_STATIC);
+  } else if (column == 1) {
+    sqlite3_result_text(context, key.attr, key.attr_size, SQLITE_STATIC);
+  }
+  return SQLITE_OK;
+}
+
+int keys_rowid(sqlite3_vtab_cursor* cursor, sqlite3_int64* rowid) {
+  *rowid = static_cast<sqlite3_int64>(
+      reinterpret_cast<KeysCursor*>(cursor)->row);
+  return SQLITE_OK;
+}
+
+sqlite3_module make_keys_module() {
+  sqlite3_module module;
+  memset(&module, 0, sizeof(module));
+  module.xConnect = keys_connect;
+  module.xBestIndex = keys_best_index;
+  module.xDisconnect = keys_disconnect;
+  module.xOpen = keys_open;
+  module.xClose = keys_close;
+  module.xFilter = keys_filter;
+  module.xNext = keys_next;
+  module.xEof = keys_eof;
+  module.xColumn = keys_column;
+  module.xRowid = keys_rowid;
+  return module;
+}
+
+const sqlite3_module kKeysModule = make_keys_module();
+
 }  // namespace
+
+void bind_keys(sqlite3_stmt* stmt, int index, const LeafKeys* keys) {
+  sqlite3_bind_pointer(stmt, index, const_cast<LeafKeys*>(keys),
+                       kKeysPointerType, nullptr);
+}
 
 }  // namespace store
 }  // namespace toolkit
@@ -211,6 +329,20 @@ sqlite3_stmt* pcd_connection::stmt(toolkit::store::StmtId id, int* rc) {
 
 namespace toolkit {
 namespace store {
+
+namespace {
+
+// Per-connection settings; WAL itself is a property of the file, set when
+// the store is created.
+bool configure(sqlite3* db) {
+  sqlite3_busy_timeout(db, busy_ms_from_env());
+  return sqlite3_exec(db, "PRAGMA synchronous = NORMAL", nullptr, nullptr,
+                      nullptr) == SQLITE_OK &&
+         sqlite3_create_module(db, "cds_keys", &kKeysModule, nullptr) ==
+             SQLITE_OK;
+}
+
+}  // namespace
 
 pcd_connection* open_connection(const char* path) {
   if (path == nullptr || *path == '\0') return nullptr;

@@ -11,10 +11,11 @@
 //   node(id, path, parent, name)      one row per node; "/" is the root.
 //                                     Children are listed in id order, which
 //                                     is creation order.
-//   leaf(node, attr, seq, type, value, sec, usec, prop, changes, writer)
-//                                     one row per stored attribute; `seq`
-//                                     gives the creation order within the
-//                                     node, `changes` counts the writes.
+//   leaf(path, attr, seq, type, value, sec, usec, prop, changes, writer)
+//                                     one row per stored attribute, keyed
+//                                     by node path and name; `seq` gives
+//                                     the creation order within the node,
+//                                     `changes` counts the writes.
 //   events(queue_id, queued_us, payload)   durable event queue (capped)
 //   watchdog(name, pid, period, last_ping_us)
 //   syslog(id, time_us, level, message)    system event log (capped)
@@ -31,8 +32,10 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "platform/element.h"
+#include "platform/path.h"
 #include "platform/types.h"
 
 namespace toolkit {
@@ -41,7 +44,7 @@ struct SecurityPolicy;  // security.cc
 
 namespace store {
 
-constexpr int kSchemaVersion = 1;
+constexpr int kSchemaVersion = 2;
 // The newest rows kept in the capped tables. Readers that fall further
 // behind than this lose the oldest entries, which on a device with a small
 // flash is preferable to an unbounded file.
@@ -67,6 +70,7 @@ enum StmtId : int {
   kStmtBumpSecurityGeneration,
   // the tree
   kStmtReadLeaf,
+  kStmtReadLeaves,
   kStmtNodeId,
   kStmtChildNames,
   kStmtChildCount,
@@ -74,7 +78,6 @@ enum StmtId : int {
   kStmtValueChanges,
   kStmtUpdateLeaf,
   kStmtInsertLeaf,
-  kStmtSetProperty,
   kStmtInsertNode,
   kStmtDeleteLeaf,
   kStmtDeleteSubtreeLeaves,
@@ -115,6 +118,9 @@ struct pcd_connection {
   std::shared_ptr<toolkit::SecurityPolicy> security;
   unsigned long long security_counter = 0;
   long long security_generation = -1;
+  // get_leaves parses every path into here; reused so that the strings
+  // keep their capacity from call to call.
+  std::vector<toolkit::CPath> parsed;
 
   // The prepared statement for `id`, or nullptr when it cannot be prepared;
   // `rc` receives SQLite's result code.
@@ -205,6 +211,23 @@ class WriteScope {
   pcd_connection* c_;
   bool active_ = false;
 };
+
+// The leaves a batched read looks up, as rows of the table-valued function
+// cds_keys(?) (registered on every connection): a batch is one statement
+// that joins these rows with the tree, instead of one statement per leaf.
+// The texts are borrowed; they must outlive the statement's use.
+struct LeafKey {
+  const char* node;
+  int node_size;
+  const char* attr;
+  int attr_size;
+};
+struct LeafKeys {
+  const LeafKey* keys;
+  size_t count;
+};
+// Bind `keys` to parameter `index` of a statement that reads cds_keys(?).
+void bind_keys(sqlite3_stmt* stmt, int index, const LeafKeys* keys);
 
 // Value encoding. Parameters/columns come in the order type, value, sec,
 // usec starting at `first`.
