@@ -10,6 +10,7 @@ packages=(
   libsqlite3-dev sqlite3
   libgtest-dev googletest
   nginx apache2-utils gettext
+  openssl
   python3 python3-zeep python3-lxml
   wrk curl procps tzdata
 )

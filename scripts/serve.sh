@@ -1,16 +1,19 @@
 #!/usr/bin/env bash
-# Starts a private nginx on 127.0.0.1:$WSGATED_PORT (default 8080) and
-# wsgated in the background against the sample store ./.run/cds.db (made by
-# scripts/run.sh). Everything lives under ./.run; scripts/stop.sh stops both
-# by the pids recorded there.
+# Starts a private nginx on 127.0.0.1:$WSGATED_PORT (default 8080, HTTP)
+# and 127.0.0.1:$WSGATED_TLS_PORT (default 8443, HTTPS with a self-signed
+# certificate) and wsgated in the background against the sample store
+# ./.run/cds.db (made by scripts/run.sh). Everything lives under ./.run;
+# scripts/stop.sh stops both by the pids recorded there.
 #
-# Environment: BUILD_DIR (./build), RUN_DIR (./.run), WSGATED_PORT (8080).
+# Environment: BUILD_DIR (./build), RUN_DIR (./.run), WSGATED_PORT (8080),
+# WSGATED_TLS_PORT (8443).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 build_dir=${BUILD_DIR:-build}
 run_dir=$PWD/${RUN_DIR:-.run}
 port=${WSGATED_PORT:-8080}
+tls_port=${WSGATED_TLS_PORT:-8443}
 prefix=$run_dir/nginx
 store=$run_dir/cds.db
 socket=$run_dir/wsgated.socket
@@ -21,6 +24,7 @@ mkdir -p "$prefix/logs" "$prefix/tmp"
 
 render() {  # template target
   sed -e "s|@PREFIX@|$prefix|g" -e "s|@PORT@|$port|g" \
+      -e "s|@TLS_PORT@|$tls_port|g" \
       -e "s|@SOCKET@|$socket|g" -e "s|@WSDL@|$wsdl|g" \
       -e "s|@USER_LINE@|$user_line|g" "deploy/nginx/$1" > "$prefix/$2"
 }
@@ -29,7 +33,8 @@ user_line=""
 [ "$(id -u)" -eq 0 ] && user_line="user root;"
 render wsgated.conf.template nginx.conf
 render wsgated-location.conf.template wsgated-location.conf
-: > "$prefix/wsgated-tls.conf"
+bash deploy/nginx/make-cert.sh "$prefix"
+render wsgated-tls.conf.template wsgated-tls.conf
 grep -v '^#' deploy/nginx/demo-users | while IFS=: read -r name password; do
   echo "$name:$(openssl passwd -apr1 "$password")"
 done > "$prefix/htpasswd"
@@ -48,5 +53,6 @@ for _ in $(seq 100); do
   sleep 0.1
 done
 echo "${pid:?wsgated did not start; see $TOOLKIT_LOG_FILE}" > "$run_dir/wsgated.pid"
-echo "wsgated (pid $pid) behind nginx at http://127.0.0.1:$port/wsgated"
+echo "wsgated (pid $pid) behind nginx at http://127.0.0.1:$port/wsgated" \
+     "and https://127.0.0.1:$tls_port/wsgated"
 echo "WSDL: http://127.0.0.1:$port/wsgated?wsdl   users: deploy/nginx/demo-users"

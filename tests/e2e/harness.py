@@ -12,6 +12,7 @@ import os
 import shutil
 import signal
 import socket
+import ssl
 import subprocess
 import tempfile
 import time
@@ -79,15 +80,20 @@ class Response:
 class Stack:
     """Store + nginx + wsgated. Use as a context manager."""
 
-    def __init__(self, daemon_args=("-d", "-D", "6"), background=False):
+    def __init__(self, daemon_args=("-d", "-D", "6"), background=False,
+                 tls=False):
         self.daemon_args = list(daemon_args)
         self.background = background
+        # tls: nginx also serves HTTPS on tls_port with a self-signed
+        # certificate made by deploy/nginx/make-cert.sh.
+        self.tls = tls
         self.dir = tempfile.mkdtemp(prefix="wsgated_e2e.")
         self.store = os.path.join(self.dir, "cds.db")
         self.socket = os.path.join(self.dir, "wsgated.socket")
         self.log = os.path.join(self.dir, "wsgated.log")
         self.prefix = os.path.join(self.dir, "nginx")
         self.port = free_port()
+        self.tls_port = free_port() if tls else None
         self.daemon_pid = None
         self.daemon_proc = None
         self.nginx_pid = None
@@ -136,12 +142,18 @@ class Stack:
         user = "user root;" if os.getuid() == 0 else ""
         words = dict(PREFIX=self.prefix, PORT=str(self.port),
                      SOCKET=self.socket, WSDL=os.environ["WSGATED_WSDL"],
-                     USER_LINE=user)
+                     USER_LINE=user, TLS_PORT=str(self.tls_port))
         self.render("wsgated.conf.template",
                     os.path.join(self.prefix, "nginx.conf"), **words)
         self.render("wsgated-location.conf.template",
                     os.path.join(self.prefix, "wsgated-location.conf"), **words)
-        open(os.path.join(self.prefix, "wsgated-tls.conf"), "w").close()
+        tls_conf = os.path.join(self.prefix, "wsgated-tls.conf")
+        if self.tls:
+            subprocess.run(["bash", os.path.join(NGINX_DIR, "make-cert.sh"),
+                            self.prefix], check=True, capture_output=True)
+            self.render("wsgated-tls.conf.template", tls_conf, **words)
+        else:
+            open(tls_conf, "w").close()
         with open(os.path.join(self.prefix, "htpasswd"), "w") as f:
             for user_name, password in DEMO_USERS.items():
                 hashed = subprocess.run(
@@ -231,10 +243,18 @@ class Stack:
             return ""
 
     def request(self, method="POST", path="/wsgated", body=b"", headers=None,
-                user="admin", source="127.0.0.1"):
-        conn = http.client.HTTPConnection("127.0.0.1", self.port,
-                                          timeout=START_LIMIT_S,
-                                          source_address=(source, 0))
+                user="admin", source="127.0.0.1", https=False):
+        if https:
+            # The certificate is self-signed: the tests check what reaches
+            # the daemon, not the certificate chain.
+            conn = http.client.HTTPSConnection(
+                "127.0.0.1", self.tls_port, timeout=START_LIMIT_S,
+                source_address=(source, 0),
+                context=ssl._create_unverified_context())
+        else:
+            conn = http.client.HTTPConnection("127.0.0.1", self.port,
+                                              timeout=START_LIMIT_S,
+                                              source_address=(source, 0))
         all_headers = dict(headers or {})
         if user is not None:
             token = "%s:%s" % (user, DEMO_USERS[user])
