@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "platform/cds.h"
+#include "platform/cds_store.h"
 #include "platform/event.h"
 #include "tests/platform/temp_store.h"
 
@@ -221,9 +222,10 @@ TEST_F(CdsStoreTest, GetLeavesReportsEachPath) {
   std::vector<api_status_t> statuses;
   std::vector<CElement> elements(1, CElement("stale"));
   std::vector<element_property_t> properties;
-  ASSERT_EQ(0, cds_->get_leaves({"/Q", "/P", "bad", "/P/Units", "/P:Name"},
-                                statuses, elements, properties));
-  ASSERT_EQ(5u, elements.size());
+  ASSERT_EQ(0, cds_->get_leaves(
+                   {"/Q", "/P", "bad", "/P/Units", "/P:Name", "/P/Value"},
+                   statuses, elements, properties));
+  ASSERT_EQ(6u, elements.size());
   EXPECT_EQ(API_STATUS_NO_NODE, statuses[0]);
   EXPECT_EQ(PCD_TYPE_NONE, elements[0].get_type());
   EXPECT_EQ(API_STATUS_OK, statuses[1]);
@@ -232,6 +234,8 @@ TEST_F(CdsStoreTest, GetLeavesReportsEachPath) {
   EXPECT_EQ(API_STATUS_NO_ATTRIBUTE, statuses[3]);
   EXPECT_EQ(API_STATUS_OK, statuses[4]);
   EXPECT_EQ("P", elements[4].to_string());
+  EXPECT_EQ(API_STATUS_OK, statuses[5]);  // a path may come twice
+  EXPECT_EQ(7, elements[5].to_int());
 }
 
 // ---------------------------------------------------------------------------
@@ -456,6 +460,29 @@ TEST_F(CdsStoreTest, SyslogKeepsLinesOldestFirst) {
   ASSERT_EQ(0, cds_syslog_read(cds_->handle, 1, lines));
   ASSERT_EQ(1u, lines.size());
   EXPECT_EQ("second", lines[0].message);
+}
+
+TEST_F(CdsStoreTest, LogsKeepOnlyTheNewestRows) {
+  constexpr long long kExtra = 5;
+  ASSERT_EQ(0, pcd_begin(cds_->handle));  // one commit keeps the test quick
+  for (long long i = 0; i < toolkit::store::kSyslogCap + kExtra; ++i) {
+    ASSERT_EQ(0, cds_->syslog_add(6, "line " + std::to_string(i)));
+  }
+  std::vector<toolkit::CEvent> events(toolkit::store::kEventQueueCap + kExtra);
+  std::vector<api_status_t> statuses;
+  ASSERT_EQ(0, cds_->events_send(events, statuses));
+  ASSERT_EQ(0, pcd_commit(cds_->handle));
+
+  std::vector<CdsSyslogLine> lines;
+  ASSERT_EQ(0, cds_syslog_read(cds_->handle, 1 << 20, lines));
+  ASSERT_EQ(static_cast<size_t>(toolkit::store::kSyslogCap), lines.size());
+  EXPECT_EQ("line " + std::to_string(kExtra), lines.front().message);
+  std::vector<CdsQueuedEvent> queued;
+  ASSERT_EQ(0, cds_events_read(cds_->handle, 0, 1 << 20, queued));
+  ASSERT_EQ(static_cast<size_t>(toolkit::store::kEventQueueCap),
+            queued.size());
+  EXPECT_EQ(events[kExtra].queue_id, queued.front().queue_id);
+  EXPECT_EQ(events.back().queue_id, queued.back().queue_id);
 }
 
 // A datagram socket standing in for systemd's notification socket.
