@@ -690,7 +690,9 @@ pcd_handle_t pcd_open(const char* path) {
   }
 }
 
-void pcd_close(pcd_handle_t handle) { toolkit::store::close_connection(handle); }
+void pcd_close(pcd_handle_t handle) {
+  toolkit::store::close_connection(handle);
+}
 
 int cds_create(const std::string& path, bool replace) {
   try {

@@ -562,7 +562,8 @@ void column_element(sqlite3_stmt* stmt, int first, CElement& element) {
   }
   timeval time;
   time.tv_sec = static_cast<time_t>(sqlite3_column_int64(stmt, first + 2));
-  time.tv_usec = static_cast<suseconds_t>(sqlite3_column_int64(stmt, first + 3));
+  time.tv_usec =
+      static_cast<suseconds_t>(sqlite3_column_int64(stmt, first + 3));
   element.set_time(time);
 }
 
