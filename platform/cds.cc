@@ -216,6 +216,19 @@ api_status_t read_leaf(pcd_connection* c, const CPath& path, CElement& element,
   return status;
 }
 
+// A lone read: parsed into the connection's first scratch path, so that
+// its strings keep their capacity.
+api_status_t read_path(pcd_connection* c, const std::string& text,
+                       CElement& element, element_property_t& property) {
+  std::vector<CPath>& scratch = c->parsed;
+  if (scratch.empty()) scratch.resize(1);
+  if (!parse(scratch[0], text)) {
+    clear_element(element, property);
+    return API_STATUS_BAD_PATH;
+  }
+  return read_leaf(c, scratch[0], element, property);
+}
+
 // Parses every path into the connection's scratch list and describes the
 // stored leaves among them as keys of one batched lookup. A path that is
 // malformed or names a computed attribute gets a key without a node, which
@@ -509,9 +522,7 @@ int CCds::get_leaf(const std::string& path, api_status_t& status,
   return run_call(status, [&] {
     clear_element(element, property);
     if (handle == nullptr) return API_STATUS_NOT_OPEN;
-    CPath parsed;
-    if (!parse(parsed, path)) return API_STATUS_BAD_PATH;
-    return read_leaf(handle, parsed, element, property);
+    return read_path(handle, path, element, property);
   });
 }
 
@@ -526,10 +537,16 @@ int CCds::get_leaves(const std::vector<std::string>& paths,
     properties.assign(count, PCD_PROP_NORMAL);
     statuses.assign(count, API_STATUS_NOT_OPEN);
     if (handle == nullptr) return API_STATUS_NOT_OPEN;
-    ReadScope snapshot(handle);
-    api_status_t status = snapshot.begin();
-    if (status == API_STATUS_OK) {
-      status = read_leaves(handle, paths, statuses, elements, properties);
+    api_status_t status;
+    if (count == 1) {  // one statement is snapshot enough
+      status = statuses[0] =
+          read_path(handle, paths[0], elements[0], properties[0]);
+    } else {
+      ReadScope snapshot(handle);
+      status = snapshot.begin();
+      if (status == API_STATUS_OK) {
+        status = read_leaves(handle, paths, statuses, elements, properties);
+      }
     }
     if (store::is_call_failure(status)) statuses.assign(count, status);
     return status;

@@ -236,6 +236,8 @@ TEST_F(CdsStoreTest, GetLeavesReportsEachPath) {
   EXPECT_EQ("P", elements[4].to_string());
   EXPECT_EQ(API_STATUS_OK, statuses[5]);  // a path may come twice
   EXPECT_EQ(7, elements[5].to_int());
+  ASSERT_EQ(0, cds_->get_leaves({"/Q"}, statuses, elements, properties));
+  EXPECT_EQ(std::vector<api_status_t>{API_STATUS_NO_NODE}, statuses);
 }
 
 // ---------------------------------------------------------------------------
