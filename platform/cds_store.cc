@@ -24,7 +24,7 @@ const char* const kSecurityRoot = "/Software/Security";
 namespace {
 
 // Indexed by StmtId. Parameters of the leaf writers share one layout
-// (bind_leaf_write in cds.cc): ?1 node path, ?2 attribute, ?3..?6 the
+// (run_leaf_writer in cds.cc): ?1 node path, ?2 attribute, ?3..?6 the
 // element (type, value, sec, usec), ?7 persistence flag, ?8 writer.
 const char* const kSql[kStmtCount] = {
     /* kStmtBeginRead */ "BEGIN",
