@@ -187,10 +187,15 @@ const SecurityPolicy& current_policy(CCds& cds) {
   return *c->security;
 }
 
+// Administrators may ask to write any attribute: for automatic ones the
+// write path answers with its own, more precise refusal (and the store
+// refuses them anyway). Everyone else is held to Value and the attributes
+// that ordinary writers may change.
 bool may_write_attribute(pcd_role_t role, const std::string& attribute) {
+  if (role == PCD_ROLE_ADMINISTRATOR) return true;
   const store::AttrClass attr = store::classify_attribute(attribute);
   if ((attr.flags & PCD_AF_AUTOMATIC) != 0) return false;
-  return role == PCD_ROLE_ADMINISTRATOR || attr.code == PCD_ATTR_VALUE ||
+  return attr.code == PCD_ATTR_VALUE ||
          (attr.flags & PCD_AF_OPERATOR_WRITABLE) != 0;
 }
 

@@ -59,7 +59,8 @@ pcd_role_t pcd_user_role(CCds& cds, const char* user);
 //   read:   role >= the rule's Read role
 //   write:  role >= the rule's Write role, and either the role is
 //           Administrator or the attribute is Value or operator-writable
-//           (attributes.h); automatic attributes are never writable
+//           (attributes.h). Automatic attributes pass for Administrators
+//           only; the store itself refuses to write them.
 //   remove: Administrator and role >= the rule's Write role
 //   reset:  Administrator
 // An invalid path is refused.

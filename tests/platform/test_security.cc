@@ -100,11 +100,19 @@ TEST_F(SecurityTest, RoleAccessMatrix) {
             toolkit::pcd_user_role(*cds_, "operator"));
 }
 
-TEST_F(SecurityTest, ComputedAttributesAreNeverWritable) {
-  EXPECT_FALSE(Writes("admin", "/Devices/UPS1/Children"));
-  EXPECT_FALSE(Writes("admin", "/Devices/UPS1/.ChangeCount"));
+// Only Administrators get past authorization with a computed attribute, so
+// that the write path can tell them why it refuses; the store still refuses.
+TEST_F(SecurityTest, ComputedAttributesPassOnlyForAdministrators) {
+  EXPECT_TRUE(Writes("admin", "/Devices/UPS1/Children"));
+  EXPECT_FALSE(Writes("operator", "/Devices/UPS1/Children"));
+  EXPECT_FALSE(Writes("operator", "/Devices/UPS1/.ChangeCount"));
   EXPECT_TRUE(Writes("admin", "/Devices/UPS1:Custom"));
   EXPECT_FALSE(Writes("operator", "/Devices/UPS1:Custom"));
+
+  api_status_t status = API_STATUS_UNKNOWN;
+  cds_->set_leaf("/Devices/UPS1/Children", toolkit::CElement("x"), status,
+                 PCD_TRIBOOL_UNKNOWN, "test");
+  EXPECT_EQ(API_STATUS_READ_ONLY_LEAF, status);
 }
 
 TEST_F(SecurityTest, AnonymousCallersTakeTheAnonymousRole) {
