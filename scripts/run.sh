@@ -1,19 +1,37 @@
 #!/usr/bin/env bash
 # Brings the project up on this machine: installs what is missing, builds,
-# and creates a sample data store from deploy/seed/sample-device.seed.
+# creates a sample data store from deploy/seed/sample-device.seed, and
+# serves it: a private nginx on 127.0.0.1 (HTTP and HTTPS) in front of
+# wsgated, started by scripts/serve.sh. Ends by calling the service once.
 #
-# Each step is a function so that later steps (the web server, the daemon)
-# slot in after create_store without touching the others.
+# Re-runnable: a demo left running by an earlier run is stopped first
+# (scripts/stop.sh, by its recorded pids), because the store it has open
+# is about to be replaced.
 #
-# Environment: BUILD_DIR (default ./build), RUN_DIR (default ./.run).
+# Each step is a function so that later steps slot in without touching the
+# others.
+#
+# Environment: BUILD_DIR (default ./build), RUN_DIR (default ./.run),
+# WSGATED_PORT (8080), WSGATED_TLS_PORT (8443).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 build_dir=${BUILD_DIR:-build}
 run_dir=${RUN_DIR:-.run}
+port=${WSGATED_PORT:-8080}
+tls_port=${WSGATED_TLS_PORT:-8443}
+export BUILD_DIR=$build_dir RUN_DIR=$run_dir WSGATED_PORT=$port \
+       WSGATED_TLS_PORT=$tls_port
 store="$PWD/$run_dir/cds.db"
 seed=deploy/seed/sample-device.seed
 cdsctl="$build_dir/tools/cdsctl/cdsctl"
+endpoint="http://127.0.0.1:$port/wsgated"
+tls_endpoint="https://127.0.0.1:$tls_port/wsgated"
+# Absolute, so that the command printed below works from any folder.
+example="$PWD/$run_dir/example-request.xml"
+# stop.sh finds the demo through RUN_DIR: name it when it is not the default.
+stop_cmd="bash scripts/stop.sh"
+[ "$run_dir" = .run ] || stop_cmd="RUN_DIR=$run_dir $stop_cmd"
 
 step() { echo "==> $*"; }
 
@@ -24,7 +42,12 @@ install_deps() {
 
 build() {
   step "building into $build_dir"
-  BUILD_DIR=$build_dir bash scripts/build.sh
+  bash scripts/build.sh
+}
+
+stop_previous() {
+  step "stopping a demo left by an earlier run, if any"
+  bash scripts/stop.sh
 }
 
 create_store() {
@@ -41,20 +64,106 @@ show_store() {
     /Devices/UPS1/OperatingMode/Value /Software/Locales/Value
 }
 
-print_next_steps() {
+serve() {
+  step "starting nginx and wsgated on 127.0.0.1"
+  bash scripts/serve.sh
+}
+
+# The example call, kept in a file so that the command shown below is the
+# one that is run, and can be pasted as it is.
+write_example() {
+  cat > "$example" <<'XML'
+<?xml version="1.0" encoding="UTF-8"?>
+<soap:Envelope xmlns:soap="http://www.w3.org/2003/05/soap-envelope"
+    xmlns:nsqv="http://www.wsgated.example/BACnetWSKestrelQV">
+  <soap:Body>
+    <nsqv:getMinAvgMaxValues>
+      <paths>/Devices/Meter1/VoltageL1N</paths>
+      <startTime>0</startTime>
+      <endTime>1</endTime>
+      <ratePeriod>RatePeriodA</ratePeriod>
+    </nsqv:getMinAvgMaxValues>
+  </soap:Body>
+</soap:Envelope>
+XML
+}
+
+call_example() {  # endpoint [curl options]
+  local url=$1
+  shift
+  curl -sS "$@" -u admin:admin-demo \
+    -H 'Content-Type: application/soap+xml; charset=utf-8' \
+    --data-binary "@$example" "$url"
+}
+
+# nginx answers at once; the daemon only once its socket listens. A SOAP
+# envelope in the reply (even a fault) means the daemon itself answered.
+wait_for_endpoint() {
+  step "waiting for $endpoint to answer"
+  for _ in $(seq 100); do
+    if call_example "$endpoint" 2>/dev/null | grep -q "Envelope"; then
+      return 0
+    fi
+    sleep 0.1
+  done
+  echo "run: $endpoint does not answer; see $run_dir/wsgated.log and" \
+       "$run_dir/nginx/logs/error.log" >&2
+  exit 1
+}
+
+print_demo() {
+  local name password role
   cat <<INFO
 
-The sample store is $store
-Point the tools and the daemon at it with:
+wsgated is serving the sample store $store
+  SOAP endpoint  $endpoint
+                 $tls_endpoint  (self-signed certificate: curl -k)
+  WSDL           $endpoint?wsdl
+
+Demo users (HTTP basic authentication; role from the store):
+INFO
+  grep -v '^#' deploy/nginx/demo-users | while IFS=: read -r name password; do
+    role=$("$cdsctl" --store "$store" users | awk -v u="$name" '$1 == u { print $2 }')
+    printf '  %-10s %-15s %s\n' "$name" "$password" "${role:-?}"
+  done
+  cat <<INFO
+
+Example call (a SOAP 1.2 envelope, $example):
+  curl -sS -u admin:admin-demo \\
+    -H 'Content-Type: application/soap+xml; charset=utf-8' \\
+    --data-binary @$example $endpoint
+The same over TLS: add -k and use $tls_endpoint
+Operations that are not served yet answer with a SOAP fault; value reads
+(for example nsc1:getValue) answer the store's values once they are served.
+INFO
+}
+
+run_example() {
+  step "running the example call"
+  call_example "$endpoint"
+  echo
+}
+
+print_stop() {
+  cat <<INFO
+
+The daemon's log is $run_dir/wsgated.log; nginx's logs are in $run_dir/nginx/logs.
+Point the tools at the store with:
   export TOOLKIT_CDS_PATH=$store
-then, for example:
   $cdsctl show /Devices/UPS1
-  $cdsctl set /Devices/UPS1/BeeperEnabled Disabled
+Stop the demo (from $PWD) with:
+  $stop_cmd
 INFO
 }
 
 install_deps
 build
+stop_previous
 create_store
 show_store
-print_next_steps
+serve
+write_example
+wait_for_endpoint
+print_demo
+run_example
+print_stop
