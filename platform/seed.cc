@@ -82,14 +82,6 @@ std::string LeafPath(const std::string& node, const std::string& attribute) {
   return node + (slash ? "/" : ":") + attribute;
 }
 
-const char* PropertyName(element_property_t property) {
-  switch (property) {
-    case PCD_PROP_PERSISTENT: return "persistent";
-    case PCD_PROP_AUTOMATIC: return "automatic";
-    case PCD_PROP_MPL: return "mpl";
-    default: return "normal";
-  }
-}
 
 // ---------------------------------------------------------------------------
 // Escapes.
@@ -379,7 +371,7 @@ int SeedDumper::Leaf(const std::string& node, const std::string& attribute,
     const char* name = pcd_enum_to_str(element.get_type());
     out_ << ":" << (name != nullptr ? name : "None");
   }
-  if (property != PCD_PROP_NORMAL) out_ << "@" << PropertyName(property);
+  if (property != PCD_PROP_NORMAL) out_ << "@" << seed_property_keyword(property);
   out_ << " = " << Escape(element.to_string()) << "\n";
   return 0;
 }
@@ -409,6 +401,15 @@ int cds_load_seed(CCds& cds, const std::string& text, std::string& error) {
     return 1;
   }
   return 0;
+}
+
+const char* seed_property_keyword(element_property_t property) {
+  switch (property) {
+    case PCD_PROP_PERSISTENT: return "persistent";
+    case PCD_PROP_AUTOMATIC: return "automatic";
+    case PCD_PROP_MPL: return "mpl";
+    default: return "normal";
+  }
 }
 
 int cds_dump_seed(CCds& cds, const std::string& nodePath, std::ostream& out) {

@@ -22,6 +22,8 @@
 #include <ostream>
 #include <string>
 
+#include "platform/types.h"
+
 namespace toolkit {
 
 class CCds;
@@ -30,6 +32,10 @@ class CCds;
 // Returns 0 on success; otherwise non-zero with `error` as
 // "<line>: <reason>".
 int cds_load_seed(CCds& cds, const std::string& text, std::string& error);
+
+// The keyword of a property in seed text ("normal", "persistent",
+// "automatic", "mpl"); tools show properties with the same words.
+const char* seed_property_keyword(element_property_t property);
 
 // Write the subtree at `nodePath` in seed form (loadable again).
 int cds_dump_seed(CCds& cds, const std::string& nodePath, std::ostream& out);

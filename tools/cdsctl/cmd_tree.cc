@@ -10,19 +10,11 @@
 #include "platform/element.h"
 #include "platform/multistate.h"
 #include "platform/path.h"
+#include "platform/seed.h"
 #include "tools/cdsctl/cli.h"
 
 namespace cdsctl {
 namespace {
-
-const char* PropertyName(element_property_t property) {
-  switch (property) {
-    case PCD_PROP_PERSISTENT: return "persistent";
-    case PCD_PROP_AUTOMATIC: return "automatic";
-    case PCD_PROP_MPL: return "mpl";
-    default: return "normal";
-  }
-}
 
 // Attribute path of `node` that works for any attribute name: the colon
 // form, because the slash form takes unknown names for child nodes.
@@ -88,8 +80,8 @@ class TreePrinter {
     }
     const char* type = pcd_enum_to_str(element.get_type());
     std::cout << " (" << (type != nullptr ? type : "?") << ") = "
-              << element.to_string() << " [" << PropertyName(property)
-              << "]\n";
+              << element.to_string() << " ["
+              << toolkit::seed_property_keyword(property) << "]\n";
   }
 
   toolkit::CCds& cds_;
