@@ -512,15 +512,8 @@ void bind_element(sqlite3_stmt* stmt, int first, const CElement& element,
 namespace {
 
 timeval timeval_from_us(long long us) {
-  long long sec = us / 1000000;
-  long long usec = us % 1000000;
-  if (usec < 0) {  // round toward minus infinity, usec stays 0..999999
-    usec += 1000000;
-    sec -= 1;
-  }
   timeval tv;
-  tv.tv_sec = static_cast<time_t>(sec);
-  tv.tv_usec = static_cast<suseconds_t>(usec);
+  qrx_QRXtoUNIXtime64(us, &tv);  // the store keeps qrx times
   return tv;
 }
 
