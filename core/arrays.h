@@ -1,0 +1,36 @@
+// Arrays: attributes whose text is a ";"-separated list, read through the
+// read path and answered whole, as a stretch, or as their number of items.
+
+#ifndef CORE_ARRAYS_H_
+#define CORE_ARRAYS_H_
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+struct ServiceContext;
+struct ServiceOptions;
+
+// The attribute names read as arrays.
+extern const char* const kArrayAttributes;
+// "Attributes;Children;PossibleValues;WritableValues;.NotifyActions;.TrendTraits;.AlarmBatch"
+
+// True when `attribute` occurs anywhere in kArrayAttributes. The loose test
+// is the device's: "Value", "Trend" and "" pass too.
+bool isArrayAttribute(const std::string& attribute);
+
+// Fill `items` with the items of the array at `path` (may be null), or with
+// exactly one item, an error result. Returns 0.
+int readArray(ServiceContext* context, const ServiceOptions& options,
+              const std::string* path, std::vector<std::string>& items);
+
+// getArraySize's answer for what readArray gave.
+std::string arraySizeResult(const std::vector<std::string>& items,
+                            const ServiceOptions& options);
+
+// getArrayRange's selection, in place: `count` items from `index` with the
+// device's unsigned 32-bit arithmetic (see arrays.cc for its quirks).
+void selectArrayRange(std::vector<std::string>& items, uint32_t index,
+                      uint32_t count, const ServiceOptions& options);
+
+#endif  // CORE_ARRAYS_H_
