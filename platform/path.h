@@ -114,9 +114,14 @@ class CPath {
   // (the anonymous role when it is unset or empty) for this path. Roles and
   // access rules live in the store under "/Software/Security"
   // (security.h). An invalid path is never authorised.
+  // is_admin_authorized asks whether the user may change the store's
+  // structure at this path (create nodes, write any attribute through the
+  // administration operations): an Administrator who passes the path's
+  // Write rule.
   bool is_read_authorized(CCds& cds) const;
   bool is_write_authorized(CCds& cds) const;
   bool is_remove_authorized(CCds& cds) const;
+  bool is_admin_authorized(CCds& cds) const;
   bool is_reset_authorized(CCds& cds) const;
 
  private:

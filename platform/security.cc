@@ -219,6 +219,7 @@ bool authorize(CCds& cds, const char* user, pcd_access_t access,
       return role >= write_needs &&
              may_write_attribute(role, path.getPathAttribute());
     case PCD_ACCESS_REMOVE:
+    case PCD_ACCESS_ADMIN:
       return role == PCD_ROLE_ADMINISTRATOR && role >= write_needs;
     case PCD_ACCESS_RESET:
       return role == PCD_ROLE_ADMINISTRATOR;
@@ -274,6 +275,10 @@ bool CPath::is_write_authorized(CCds& cds) const {
 
 bool CPath::is_remove_authorized(CCds& cds) const {
   return pcd_authorize(cds, getenv("REMOTE_USER"), PCD_ACCESS_REMOVE, *this);
+}
+
+bool CPath::is_admin_authorized(CCds& cds) const {
+  return pcd_authorize(cds, getenv("REMOTE_USER"), PCD_ACCESS_ADMIN, *this);
 }
 
 bool CPath::is_reset_authorized(CCds& cds) const {

@@ -3,7 +3,9 @@
 // The web server authenticates callers; the store decides what they may do.
 // Roles, from least to most: None, Viewer (reads), Operator (also writes
 // point values and the attributes ordinary writers may write), Administrator
-// (everything: any attribute, structure, removal, reset).
+// (everything: any attribute, structure, removal, reset). Changing the
+// store's structure is asked for as an access kind of its own
+// (PCD_ACCESS_ADMIN), so that callers need not compare roles themselves.
 //
 // Layout in the store:
 //   /Software/Security/Users/<user>      Value: role name of that user
@@ -45,6 +47,8 @@ enum pcd_access_t : int {
   PCD_ACCESS_WRITE = 1,   // writing one attribute
   PCD_ACCESS_REMOVE = 2,  // removing a node or clearing a leaf
   PCD_ACCESS_RESET = 3,   // restarting the card
+  PCD_ACCESS_ADMIN = 4,   // changing the store's structure: creating nodes,
+                          // writing any attribute as an administrator
 };
 
 // "None", "Viewer", "Operator", "Administrator".
@@ -62,6 +66,8 @@ pcd_role_t pcd_user_role(CCds& cds, const char* user);
 //           (attributes.h). Automatic attributes pass for Administrators
 //           only; the store itself refuses to write them.
 //   remove: Administrator and role >= the rule's Write role
+//   admin:  the same as remove: whoever may take a node away may also
+//           build one there
 //   reset:  Administrator
 // An invalid path is refused.
 bool pcd_authorize(CCds& cds, const char* user, pcd_access_t access,

@@ -77,14 +77,14 @@ TEST(RoleNameTest, ParsesAndNames) {
 TEST_F(SecurityTest, RoleAccessMatrix) {
   struct Row {
     const char* user;
-    bool read, write_value, write_limit, write_units, remove, reset;
+    bool read, write_value, write_limit, write_units, remove, admin, reset;
   };
   const Row rows[] = {
-      {"nobody", false, false, false, false, false, false},
-      {"stranger", false, false, false, false, false, false},  // not listed
-      {"viewer", true, false, false, false, false, false},
-      {"operator", true, true, true, false, false, false},
-      {"admin", true, true, true, true, true, true},
+      {"nobody", false, false, false, false, false, false, false},
+      {"stranger", false, false, false, false, false, false, false},
+      {"viewer", true, false, false, false, false, false, false},
+      {"operator", true, true, true, false, false, false, false},
+      {"admin", true, true, true, true, true, true, true},
   };
   const std::string point = "/Devices/UPS1";
   for (const Row& row : rows) {
@@ -94,6 +94,7 @@ TEST_F(SecurityTest, RoleAccessMatrix) {
     EXPECT_EQ(row.write_limit, Writes(row.user, point + "/.HighAlarmLimit"));
     EXPECT_EQ(row.write_units, Writes(row.user, point + "/Units"));
     EXPECT_EQ(row.remove, May(row.user, toolkit::PCD_ACCESS_REMOVE, point));
+    EXPECT_EQ(row.admin, May(row.user, toolkit::PCD_ACCESS_ADMIN, point));
     EXPECT_EQ(row.reset, May(row.user, toolkit::PCD_ACCESS_RESET, "/"));
   }
   EXPECT_EQ(toolkit::PCD_ROLE_OPERATOR,
@@ -154,6 +155,19 @@ TEST_F(SecurityTest, RemovalFollowsTheWriteRole) {
   EXPECT_FALSE(May("operator", toolkit::PCD_ACCESS_REMOVE, "/Dev10"));
 }
 
+// Administering the store is for Administrators even where a rule lets
+// everybody write, and it follows the rule like removal does.
+TEST_F(SecurityTest, AdministrationNeedsAnAdministrator) {
+  SetRule("open", "/Dev1", "None", "None");
+  EXPECT_TRUE(Writes("operator", "/Dev1/Value"));
+  EXPECT_FALSE(May("operator", toolkit::PCD_ACCESS_ADMIN, "/Dev1/Value"));
+  EXPECT_FALSE(May("nobody", toolkit::PCD_ACCESS_ADMIN, "/Dev1/New"));
+  EXPECT_TRUE(May("admin", toolkit::PCD_ACCESS_ADMIN, "/Dev1/New:Custom"));
+  EXPECT_TRUE(May("admin", toolkit::PCD_ACCESS_ADMIN,
+                  "/Software/Security/Users/x"));
+  EXPECT_FALSE(May("admin", toolkit::PCD_ACCESS_ADMIN, "Dev1"));
+}
+
 TEST_F(SecurityTest, UnknownRoleInARuleLocksThePath) {
   SetRule("typo", "/Dev1", "Veiwer", "Operater");
   EXPECT_FALSE(Reads("operator", "/Dev1"));
@@ -208,9 +222,11 @@ TEST_F(SecurityTest, PathMethodsAskForTheRemoteUser) {
   EXPECT_TRUE(path.is_read_authorized(*cds_));
   EXPECT_TRUE(path.is_write_authorized(*cds_));
   EXPECT_FALSE(path.is_remove_authorized(*cds_));
+  EXPECT_FALSE(path.is_admin_authorized(*cds_));
   EXPECT_FALSE(path.is_reset_authorized(*cds_));
   setenv("REMOTE_USER", "admin", 1);
   EXPECT_TRUE(path.is_remove_authorized(*cds_));
+  EXPECT_TRUE(path.is_admin_authorized(*cds_));
   EXPECT_TRUE(path.is_reset_authorized(*cds_));
 }
 
