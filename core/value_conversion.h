@@ -29,6 +29,9 @@ enum ConversionFailure {
   kConversionBadBool = 1,
   kConversionBadInteger = 2,
   kConversionBadReal = 3,
+  // A type without a text check of its own whose conversion the platform
+  // refuses ("tomorrow" as timeval).
+  kConversionBadOther = 4,
 };
 
 // One leaf a multi-write has already seen: its normalised path and the
