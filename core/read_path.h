@@ -39,12 +39,33 @@ int readAttribute(toolkit::CCds& cds, const ServiceOptions& options,
                   element_property_t property, bool& enumerated,
                   std::string& result);
 
-// Read many paths with one store call. Appends one text per path to
-// `results`, or exactly one error text when the call as a whole fails (no
+// Read many paths with one store call. Replaces `results` with one text per
+// path, or with exactly one error text when the call as a whole fails (no
 // paths, bad locale, store unavailable). Returns 0.
 int readValues(ServiceContext* context, const ServiceOptions& options,
                const std::vector<std::string>& paths,
                std::vector<std::string>& results);
+
+// The second half of readValues, after its store call: replaces `results`
+// with one text per path from what get_leaves gave for `paths` (each
+// normalised, or refused by normalize()), testing that the node of every
+// good read still exists. Separate so that callers holding the store's
+// answer already, and tests, can run it on its own. Returns 0.
+int readLeafResults(toolkit::CCds& cds, const ServiceOptions& options,
+                    const std::vector<toolkit::CPath>& paths,
+                    const std::vector<api_status_t>& statuses,
+                    const std::vector<toolkit::CElement>& elements,
+                    const std::vector<element_property_t>& properties,
+                    std::vector<std::string>& results);
+
+// getRelativeValues: readValues of `basePath` followed directly by each
+// relative path; no separator is inserted, the client brings its own "/"
+// or ":" ("a/b" and "c" read "a/bc"). Without a base path nothing is read
+// and `results` is left empty. Returns 0.
+int readRelativeValues(ServiceContext* context, const ServiceOptions& options,
+                       const std::string* basePath,
+                       const std::vector<std::string>& relativePaths,
+                       std::vector<std::string>& results);
 
 // readValue of "<path>:<suffix>" ("<path>" when `suffix` is empty).
 int readValueWithSuffix(ServiceContext* context, const ServiceOptions& options,
