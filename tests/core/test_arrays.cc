@@ -1,0 +1,159 @@
+// Arrays: which attributes count as arrays, reading them, and the size and
+// range answers with their deliberate quirks.
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "core/arrays.h"
+#include "core/service_options.h"
+#include "tests/core/core_fixture.h"
+
+namespace {
+
+using Items = std::vector<std::string>;
+
+const char kLists[] =
+    "[/Plant/Mode]\n"
+    "NodeType = Point\n"
+    "ValueType = Multistate\n"
+    "PossibleValues = Off;On;Auto\n"
+    "Value = 1\n"
+    "[/Plant/Label]\n"
+    "NodeType = Point\n"
+    "ValueType = String\n"
+    "Value = x;y\n"
+    "[/Plant/Single]\n"
+    "NodeType = Point\n"
+    "ValueType = String\n"
+    "Value = a\n"
+    "[/Plant/Empty]\n"
+    "NodeType = Point\n"
+    "ValueType = String\n"
+    "Value = \n";
+
+class ArraysTest : public CoreTest {
+ protected:
+  void SetUp() override {
+    CoreTest::SetUp();
+    Seed(kLists);
+  }
+
+  Items ReadArray(const std::string& path, const std::string& options = "") {
+    Items items{"left over"};
+    EXPECT_EQ(0, readArray(ctx_.get(), Options(options), &path, items));
+    return items;
+  }
+
+  Items Range(Items items, uint32_t index, uint32_t count,
+              const std::string& options = "") {
+    selectArrayRange(items, index, count, Options(options));
+    return items;
+  }
+};
+
+TEST_F(ArraysTest, ArrayAttributesAreFoundAsSubstrings) {
+  EXPECT_STREQ(
+      "Attributes;Children;PossibleValues;WritableValues;.NotifyActions;"
+      ".TrendTraits;.AlarmBatch",
+      kArrayAttributes);
+  for (const char* name : {"Attributes", "Children", "PossibleValues",
+                           ".AlarmBatch", "Value", "Trend", "", "s;C"}) {
+    EXPECT_TRUE(isArrayAttribute(name)) << name;
+  }
+  for (const char* name : {"Name", "Units", "children", ".Quality",
+                           "ValueType"}) {
+    EXPECT_FALSE(isArrayAttribute(name)) << name;
+  }
+}
+
+TEST_F(ArraysTest, ReadArraySplitsTheAttributesText) {
+  EXPECT_EQ((Items{"Off", "On", "Auto"}), ReadArray("/Plant/Mode/PossibleValues"));
+  // "Value" occurs inside "PossibleValues", so a Value reads as an array.
+  EXPECT_EQ((Items{"x", "y"}), ReadArray("/Plant/Label/Value"));
+  EXPECT_EQ((Items{"x", "y"}), ReadArray("/Plant/Label"));
+  EXPECT_EQ((Items{"Mode", "Label", "Single", "Empty"}),
+            ReadArray("/Plant/Children"));
+  EXPECT_EQ(Items{}, ReadArray("/Plant/Empty"));
+}
+
+TEST_F(ArraysTest, ReadArrayErrorsAreOneItem) {
+  Items items{"left over"};
+  EXPECT_EQ(0, readArray(ctx_.get(), Options(""), nullptr, items));
+  EXPECT_EQ(Items{"? 8 Bad Path Syntax : No Path provided"}, items);
+  EXPECT_EQ(Items{"? 8 Bad Path Syntax : No Path provided"}, ReadArray(""));
+  EXPECT_EQ(Items{"? 24 Not an Array : Invalid attribute for array"},
+            ReadArray("/Plant/Label/Name"));
+  EXPECT_EQ(Items{"? 9 Node Not Found : CDS access failed"},
+            ReadArray("/Plant/Nothing/Children"));
+  // A malformed path has no attribute; the read path names the error.
+  EXPECT_EQ(Items{"? 8 Bad Path Syntax : CDS Error in supplied path"},
+            ReadArray("Plant/Label"));
+  EXPECT_EQ(Items{"ERR? 9 Node Not Found : CDS access failed"},
+            ReadArray("/Plant/Nothing", "errorPrefix=ERR"));
+}
+
+// Error results are recognised by their beginning only, so a value that
+// happens to begin with the client's errorPrefix is taken for one.
+TEST_F(ArraysTest, ValueBeginningWithTheErrorPrefixCountsAsAnError) {
+  EXPECT_EQ(Items{"x;y"}, ReadArray("/Plant/Label", "errorPrefix=x"));
+  EXPECT_EQ((Items{"x", "y"}), ReadArray("/Plant/Label", "errorPrefix=z"));
+}
+
+TEST_F(ArraysTest, SizeCountsItemsButAnswersASingleItemItself) {
+  const ServiceOptions plain = Options("");
+  EXPECT_EQ("3", arraySizeResult({"a", "b", "c"}, plain));
+  EXPECT_EQ("0", arraySizeResult({}, plain));
+  // Under the default empty errorPrefix a one-item array answers its item.
+  EXPECT_EQ("a", arraySizeResult({"a"}, plain));
+  EXPECT_EQ("? 9 Node Not Found : CDS access failed",
+            arraySizeResult(ReadArray("/Plant/Nothing/Children"), plain));
+
+  const ServiceOptions prefixed = Options("errorPrefix=ERR");
+  EXPECT_EQ("1", arraySizeResult({"a"}, prefixed));
+  EXPECT_EQ("ERR? 9 Node Not Found : CDS access failed",
+            arraySizeResult(ReadArray("/Plant/Nothing", "errorPrefix=ERR"),
+                            prefixed));
+  EXPECT_EQ("2", arraySizeResult(ReadArray("/Plant/Label"), plain));
+}
+
+TEST_F(ArraysTest, RangeSelectsFromIndexForCount) {
+  const Items abcd{"a", "b", "c", "d"};
+  EXPECT_EQ((Items{"b", "c"}), Range(abcd, 1, 2));
+  EXPECT_EQ((Items{"a"}), Range(abcd, 0, 1));
+  EXPECT_EQ((Items{"d"}), Range(abcd, 3, 1));
+  EXPECT_EQ(abcd, Range(abcd, 0, 4));
+  // A count past the end answers up to the end.
+  EXPECT_EQ((Items{"b", "c", "d"}), Range(abcd, 1, 10));
+  EXPECT_EQ((Items{"c", "d"}), Range(abcd, 2, 0xFFFFFFF0u));
+}
+
+TEST_F(ArraysTest, RangeKeepsTheUnsignedArithmeticQuirks) {
+  const Items abcd{"a", "b", "c", "d"};
+  // Count 0 at index 0: last wraps to the largest number and is clamped.
+  EXPECT_EQ(abcd, Range(abcd, 0, 0));
+  // Count 0 at index 2: last is 1, below index, so nothing goes at the
+  // front and the back is cut after item 1.
+  EXPECT_EQ((Items{"a", "b"}), Range(abcd, 2, 0));
+  EXPECT_EQ((Items{"a"}), Range(abcd, 1, 0));
+  // index + count - 1 wraps below index the same way.
+  EXPECT_EQ((Items{"a", "b"}), Range(abcd, 3, 0xFFFFFFFFu));
+}
+
+TEST_F(ArraysTest, RangeFromPastTheEndAnswersNothingAndLogsError14) {
+  EXPECT_EQ(Items{}, Range({"a", "b", "c"}, 5, 1));
+  EXPECT_EQ(Items{}, Range({"a", "b", "c"}, 3, 1));
+  EXPECT_TRUE(LogHas("BnwsErrMsg: ? 14 Index Out of Range"));
+  EXPECT_FALSE(LogHas("Index Out of Range :"));
+  EXPECT_EQ(Items{}, Range({}, 0, 1));
+}
+
+TEST_F(ArraysTest, RangeDropsASingleItemThatStartsWithTheErrorPrefix) {
+  EXPECT_EQ(Items{}, Range({"a"}, 0, 1));
+  EXPECT_EQ(Items{}, Range(ReadArray("/Plant/Nothing/Children"), 0, 1));
+  EXPECT_EQ(Items{"a"}, Range({"a"}, 0, 1, "errorPrefix=ERR"));
+  EXPECT_EQ(Items{}, Range({"ERR? 9 Node Not Found"}, 0, 1, "errorPrefix=ERR"));
+}
+
+}  // namespace
