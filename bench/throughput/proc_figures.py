@@ -5,13 +5,24 @@ import os
 CLOCK_TICKS = os.sysconf("SC_CLK_TCK")
 
 
-def rss_kib(pid):
-    """VmRSS of the process, in KiB."""
+def status_kib(pid, field):
+    """A KiB figure of /proc/<pid>/status, e.g. "VmRSS"."""
     with open("/proc/%d/status" % pid) as f:
         for line in f:
-            if line.startswith("VmRSS:"):
+            if line.startswith(field + ":"):
                 return int(line.split()[1])
-    raise ValueError("no VmRSS for pid %d" % pid)
+    raise ValueError("no %s for pid %d" % (field, pid))
+
+
+def rss_kib(pid):
+    """VmRSS of the process, in KiB."""
+    return status_kib(pid, "VmRSS")
+
+
+def rss_split(pid):
+    """VmRSS as (anonymous, file-backed) KiB: memory the process made
+    itself, and pages of its program and libraries that it touched."""
+    return status_kib(pid, "RssAnon"), status_kib(pid, "RssFile")
 
 
 def cpu_seconds(pid):

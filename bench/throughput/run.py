@@ -10,27 +10,30 @@ absolute rates of a shared machine.
 
 Builds nothing. Environment (all optional):
   BUILD_DIR     build tree with wsgated, cdsctl, bare_responder (./build)
-  ENVELOPE      the SOAP envelope file to POST
-                (envelopes/get-min-avg-max-values.xml)
+  ENVELOPE      the SOAP envelope file to POST (envelopes/get-value.xml);
+                when a file of the same name ending in ".expect" exists,
+                the daemon's answer must contain its text
   CONTENT_TYPE  its content type (application/soap+xml; charset=utf-8)
   DURATION      seconds per wrk run (10)
   CONNECTIONS   wrk connections (16)
   ROUNDS        daemon/bare pairs (2)
   MIN_REQUESTS  requests the daemon serves between the two memory
-                readings; up to 6 extra daemon runs are added to reach
-                it (100000)
+                readings; up to 6 extra daemon runs of at most 120 s
+                each are added to reach it (100000)
 """
 
-import base64
 import os
-import signal
 import sys
 
-HERE = os.path.dirname(os.path.abspath(__file__))
-SOURCE_DIR = os.path.dirname(os.path.dirname(HERE))
-BUILD_DIR = os.path.abspath(os.environ.get("BUILD_DIR", "build"))
+import stack_env
+import harness
+import fcgi_client
+import proc_figures
+import upstreams
+import wrk_runner
+
 ENVELOPE = os.path.abspath(os.environ.get(
-    "ENVELOPE", os.path.join(HERE, "envelopes", "get-min-avg-max-values.xml")))
+    "ENVELOPE", os.path.join(stack_env.HERE, "envelopes", "get-value.xml")))
 CONTENT_TYPE = os.environ.get("CONTENT_TYPE",
                               "application/soap+xml; charset=utf-8")
 DURATION = int(os.environ.get("DURATION", "10"))
@@ -38,56 +41,45 @@ CONNECTIONS = int(os.environ.get("CONNECTIONS", "16"))
 ROUNDS = int(os.environ.get("ROUNDS", "2"))
 MIN_REQUESTS = int(os.environ.get("MIN_REQUESTS", "100000"))
 MAX_EXTRA_RUNS = 6
+# A top-up run is sized from the rate seen so far, but never longer.
+MAX_EXTRA_SECONDS = 120
+RSS_AIM_KIB = 8 * 1024
 USER = "admin"
-# The daemon at the verbosity a deployment runs it (scripts/serve.sh).
-DAEMON_ARGS = ("-d", "-D", "2")
-
-# The end-to-end harness starts the store, nginx and the daemon; it reads
-# its paths from the environment when imported.
-os.environ.update(
-    WSGATED_BIN=os.path.join(BUILD_DIR, "host", "wsgated"),
-    CDSCTL_BIN=os.path.join(BUILD_DIR, "tools", "cdsctl", "cdsctl"),
-    WSGATED_WSDL=os.path.join(BUILD_DIR, "contract", "wsgated.wsdl"),
-    WSGATED_LOCALE_BUILD=os.path.join(BUILD_DIR, "locale"),
-    SOURCE_DIR=SOURCE_DIR)
-sys.dont_write_bytecode = True
-sys.path[:0] = [os.path.join(SOURCE_DIR, "tests", "e2e"), HERE]
-import harness  # noqa: E402
-import fcgi_client  # noqa: E402
-import proc_figures  # noqa: E402
-import upstreams  # noqa: E402
-import wrk_runner  # noqa: E402
-
-
-def stop_on_sigterm():
-    """SIGTERM unwinds like Ctrl-C, so every `finally` stops its process."""
-    def handler(signum, frame):
-        raise SystemExit(128 + signum)
-    signal.signal(signal.SIGTERM, handler)
 
 
 def main():
-    stop_on_sigterm()
-    for path in (os.environ["WSGATED_BIN"], os.environ["CDSCTL_BIN"],
-                 upstreams.BARE_BIN(BUILD_DIR), ENVELOPE):
-        if not os.path.exists(path):
-            sys.exit("run.py: missing %s (build wsgated, cdsctl and "
-                     "bare_responder into BUILD_DIR)" % path)
+    stack_env.stop_on_sigterm()
+    build_dir = stack_env.BUILD_DIR
+    stack_env.require(upstreams.BARE_BIN(build_dir), ENVELOPE)
     with open(ENVELOPE, "rb") as f:
         envelope = f.read()
-    token = "%s:%s" % (USER, harness.DEMO_USERS[USER])
-    auth = "Basic " + base64.b64encode(token.encode()).decode()
-    with upstreams.TwoUpstreams(DAEMON_ARGS) as stack:
+    auth = stack_env.basic_auth(USER, harness.DEMO_USERS[USER])
+    with upstreams.TwoUpstreams(stack_env.DAEMON_ARGS) as stack:
         reply = fcgi_client.request(stack.socket, upstreams.cgi_params(
             USER, CONTENT_TYPE, len(envelope)), envelope)
-        stack.start_bare(BUILD_DIR, reply)
+        check_expected_answer(reply)
+        stack.start_bare(build_dir, reply)
         expected = upstreams.check_same_answer(stack, envelope, CONTENT_TYPE,
                                                auth)
         print("envelope %s -> HTTP %d, %d reply bytes"
-              % (os.path.relpath(ENVELOPE, SOURCE_DIR), expected, len(reply)))
+              % (os.path.relpath(ENVELOPE, stack_env.SOURCE_DIR), expected,
+                 len(reply)))
         runner = wrk_runner.WrkRunner(stack, ENVELOPE, CONTENT_TYPE, auth,
                                      expected, DURATION, CONNECTIONS)
         report(runner, stack)
+
+
+def check_expected_answer(reply):
+    """A benchmark of reads must time reads, not error results: the
+    envelope's ".expect" text must be in the daemon's answer."""
+    expect_file = os.path.splitext(ENVELOPE)[0] + ".expect"
+    if not os.path.exists(expect_file):
+        return
+    with open(expect_file, "rb") as f:
+        expected = f.read().strip()
+    if expected not in reply:
+        sys.exit("run.py: the daemon's answer lacks %r:\n%s"
+                 % (expected, reply.decode("utf-8", "replace")))
 
 
 def report(runner, stack):
@@ -97,12 +89,15 @@ def report(runner, stack):
         runs.append(runner.run("daemon"))
         runs.append(runner.run("bare"))
     served = sum(r.requests for r in runs if r.target == "daemon")
-    # Top up to MIN_REQUESTS with daemon-only runs, a bounded number so a
-    # slow daemon cannot stretch the run without end.
+    # Top up to MIN_REQUESTS with daemon-only runs sized from the rate so
+    # far; their number and length are bounded so that a slow daemon
+    # cannot stretch the run without end.
     for _ in range(MAX_EXTRA_RUNS):
         if served >= MIN_REQUESTS:
             break
-        extra = runner.run("daemon")
+        rate = runs[-1].rate or 1.0
+        seconds = (MIN_REQUESTS - served) / rate * 1.1 + 1
+        extra = runner.run("daemon", min(int(seconds), MAX_EXTRA_SECONDS))
         runs.append(extra)
         served += extra.requests
     rss_after = proc_figures.rss_kib(stack.daemon_pid)
@@ -123,8 +118,11 @@ def report(runner, stack):
               "%.2f" % (d.rate / b.rate) for d, b in zip(daemon, bare))))
     print("cpu per request daemon/bare: %.2f (aim <= 2)"
           % (cpu["daemon"] / cpu["bare"]))
-    print("daemon VmRSS: %d KiB before, %d KiB after %d requests (%+d KiB)"
-          % (rss_before, rss_after, served, rss_after - rss_before))
+    print("daemon VmRSS: %d KiB before, %d KiB after %d requests (%+d KiB; "
+          "aim: flat, under %d KiB)" % (rss_before, rss_after, served,
+                                        rss_after - rss_before, RSS_AIM_KIB))
+    print("  of which anonymous %d KiB, program and libraries %d KiB"
+          % proc_figures.rss_split(stack.daemon_pid))
 
 
 if __name__ == "__main__":

@@ -41,14 +41,16 @@ class WrkRunner:
         self.duration = duration
         self.connections = connections
 
-    def run(self, target):
+    def run(self, target, duration=None):
+        """One wrk run of `duration` seconds (the runner's own by default)
+        against "daemon" or "bare"."""
         port, pid = ((self.stack.port, self.stack.daemon_pid)
                      if target == "daemon"
                      else (self.stack.bare_port, self.stack.bare_pid))
         cpu_before = proc_figures.cpu_seconds(pid)
         done = subprocess.run(
             ["wrk", "-t2", "-c%d" % self.connections,
-             "-d%ds" % self.duration, "-s", LUA,
+             "-d%ds" % (duration or self.duration), "-s", LUA,
              "http://127.0.0.1:%d/wsgated" % port],
             env=self.env, capture_output=True, text=True, check=True)
         cpu = proc_figures.cpu_seconds(pid) - cpu_before
