@@ -7,13 +7,3 @@
 #include "contract/operation.h"
 #include "soapH.h"
 
-int __nsc1__setValue(struct soap* soap, struct _nsc1__setValue*,
-    struct _nsc1__setValueResponse&) {
-  return operation_not_available(soap, "setValue");
-}
-
-int __nsc1__setValues(struct soap* soap, struct _nsc1__setValues*,
-    struct _nsc1__setValuesResponse&) {
-  return operation_not_available(soap, "setValues");
-}
-
