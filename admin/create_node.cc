@@ -1,0 +1,92 @@
+// CreateNode: a node (if it is new) and its first leaves.
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "admin/admin_access.h"
+#include "admin/node_admin.h"
+#include "core/bnws_error.h"
+#include "core/service_options.h"
+#include "core/write_path.h"
+#include "host/service_context.h"
+#include "platform/cds.h"
+#include "platform/syslog.h"
+
+using toolkit::g_syslog;
+
+namespace {
+
+// The node to create: the base path without one trailing ":" or "/".
+std::string nodePathOf(const std::string& basePath) {
+  if (!basePath.empty() &&
+      (basePath.back() == ':' || basePath.back() == '/')) {
+    return basePath.substr(0, basePath.size() - 1);
+  }
+  return basePath;
+}
+
+// Make sure the node exists; an existing node is left as it is.
+bool ensureNode(toolkit::CCds& cds, const std::string& nodePath) {
+  api_status_t status = API_STATUS_UNKNOWN;
+  if (cds.test_node(nodePath, status) == 0 && status == API_STATUS_OK) {
+    return true;
+  }
+  const int rc = cds.add_node(nodePath, status, changeSourceText());
+  return rc == 0 && status == API_STATUS_OK;
+}
+
+// The entry whose result answers the call: the last one that is exactly
+// "Value", the first one when none is.
+size_t answeringEntry(const std::vector<std::string>& paths) {
+  size_t index = 0;
+  for (size_t i = 0; i < paths.size(); ++i) {
+    if (paths[i] == "Value") index = i;
+  }
+  return index;
+}
+
+}  // namespace
+
+int createNode(ServiceContext* context, const std::string* optionsText,
+               const std::string* basePath,
+               const std::vector<std::string>& paths,
+               const std::vector<std::string>& values, std::string& result) {
+  ServiceOptions options;
+  parseServiceOptions(context, optionsText, options);
+  if (basePath == nullptr) {
+    setBnwsError(kBnwsBadPathSyntax, "No node path provided", result,
+                 &options);
+    return 0;
+  }
+  // Lists that do not pair up would leave leaves without values; a node
+  // without leaves (no paths) is a normal request.
+  std::vector<std::string> listError;
+  if (!paths.empty() &&
+      checkWriteLists(paths, values, options, listError) != 1) {
+    result = listError.front();
+    return 0;
+  }
+  const std::string nodePath = nodePathOf(*basePath);
+  std::vector<std::string> leafPaths;
+  for (const std::string& entry : paths) leafPaths.push_back(*basePath + entry);
+  // Refuse before the node is added: a refused call creates nothing.
+  std::vector<std::string> touched = leafPaths;
+  touched.push_back(nodePath);
+  if (!mayAdminister(context->cds, touched, kRefusedCreationLog)) {
+    return kWriteNotAuthorized;
+  }
+  if (!ensureNode(context->cds, nodePath)) {
+    if (g_syslog) g_syslog->info(1, "Failed to create node %s",
+                                 basePath->c_str());
+    setBnwsError(kBnwsWriteFailed, "CreateNode()", result, &options);
+    return 0;
+  }
+  std::vector<std::string> results;
+  const int rc = writeValues(context, true, options, leafPaths, values,
+                             results);
+  if (rc != 0) return rc;
+  const size_t index = answeringEntry(paths);
+  result = index < results.size() ? results[index] : std::string();
+  return 0;
+}

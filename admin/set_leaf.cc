@@ -1,0 +1,20 @@
+// SetLeaf: one write with administrative rights.
+
+#include "admin/admin_access.h"
+#include "admin/node_admin.h"
+#include "core/service_options.h"
+#include "core/write_path.h"
+#include "host/service_context.h"
+
+int setLeaf(ServiceContext* context, const std::string* optionsText,
+            const std::string* path, const std::string* value,
+            std::string& result) {
+  ServiceOptions options;
+  parseServiceOptions(context, optionsText, options);
+  // A missing path is the write path's error 8; there is nothing to check.
+  if (path != nullptr &&
+      !mayAdminister(context->cds, {*path}, kRefusedWriteLog)) {
+    return kWriteNotAuthorized;
+  }
+  return writeValue(context, true, options, path, value, result);
+}
