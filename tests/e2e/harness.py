@@ -100,6 +100,10 @@ class Stack:
         self.daemon_pid = None
         self.daemon_proc = None
         self.nginx_pid = None
+        # The daemon's reboot program (WSGATED_REBOOT_CMD): a file that does
+        # not exist, so that a Reset in any test fails instead of restarting
+        # the machine. A test may point it at a script before __enter__.
+        self.reboot_cmd = os.path.join(self.dir, "no-reboot")
 
     # -- set-up -------------------------------------------------------
     def __enter__(self):
@@ -127,7 +131,8 @@ class Stack:
         env = dict(os.environ)
         env.update(TOOLKIT_CDS_PATH=self.store, WSGATED_SOCKET=self.socket,
                    WSGATED_LOCALE_DIR=os.environ["WSGATED_LOCALE_BUILD"],
-                   TOOLKIT_LOG_FILE=self.log)
+                   TOOLKIT_LOG_FILE=self.log,
+                   WSGATED_REBOOT_CMD=self.reboot_cmd)
         return env
 
     def render(self, template, target, **words):
