@@ -1,0 +1,43 @@
+// nsqv:getLeafDescriptors - per leaf below a base path: the text a read of
+// it gives, its change time and its leaf type (leaf_descriptors.h).
+//
+// Failures travel in the texts; only an engine that cannot allocate the
+// descriptor list makes the call fail (SOAP_EOM).
+
+#include <string>
+#include <vector>
+
+#include "contract/string_lists.h"
+#include "core/service_options.h"
+#include "discovery/leaf_descriptors.h"
+#include "discovery/optional_text.h"
+#include "host/service_context.h"
+#include "soapH.h"
+
+int __nsqv__getLeafDescriptors(
+    struct soap* soap, struct _nsqv__getLeafDescriptors* request,
+    struct _nsqv__getLeafDescriptorsResponse& response) {
+  ServiceContext* context = service_context(soap);
+  ServiceOptions options;
+  parseServiceOptions(context, request->options, options);
+  std::vector<LeafDescriptor> leaves;
+  DescribeLeaves(context, options, OptionalText(request->basePath),
+                 StringsFromSoap(request->__sizeleafPaths, request->leafPaths),
+                 response.result, leaves);
+  response.__sizedescriptors = 0;
+  response.descriptors = nullptr;
+  if (leaves.empty()) return SOAP_OK;
+  const int count = static_cast<int>(leaves.size());
+  nsqv__leafDescriptor* descriptors = soap_new_nsqv__leafDescriptor(soap, count);
+  if (descriptors == nullptr) return SOAP_EOM;
+  for (int i = 0; i < count; ++i) {
+    descriptors[i].result = std::move(leaves[i].result);
+    descriptors[i].leafChangeTime = leaves[i].changeTime;
+    // The store's property codes are the LeafTypes values (Normal,
+    // Persistent, Automatic, MPL = 0..3), passed through unchanged.
+    descriptors[i].leafType = static_cast<nsqv__LeafTypes>(leaves[i].leafType);
+  }
+  response.__sizedescriptors = count;
+  response.descriptors = descriptors;
+  return SOAP_OK;
+}
