@@ -1,0 +1,126 @@
+// The attribute search: MatchNode and MatchChildren over the store's tree.
+
+#include "discovery/attribute_search.h"
+
+#include <exception>
+
+#include "core/read_path.h"
+#include "core/service_options.h"
+#include "host/service_context.h"
+#include "platform/path.h"
+#include "platform/syslog.h"
+
+using toolkit::g_syslog;
+
+namespace {
+
+bool StartsWith(const std::string& text, const std::string& prefix) {
+  return text.compare(0, prefix.size(), prefix) == 0;
+}
+
+// One search: the query, its compiled pattern and the matches so far.
+class AttributeSearch {
+ public:
+  AttributeSearch(ServiceContext* context, const ServiceOptions& options,
+                  const AttributeQuery& query, const PatternSettings& settings,
+                  AttributeMatches& matches)
+      : context_(context), options_(options), query_(query),
+        pattern_(query.pattern, settings), matches_(matches) {}
+
+  // Test one node and record it when it matches.
+  bool MatchNode(const std::string& path);
+  // Test the children of `path` (and, when `recursive`, all descendants),
+  // depth first; returns the number of matches.
+  int MatchChildren(const std::string& path, bool recursive);
+
+ private:
+  // Is `text` an error result rather than a value?
+  bool IsErrorResult(const std::string& text) const;
+  bool PatternFoundIn(const std::string& text);
+
+  ServiceContext* const context_;
+  const ServiceOptions& options_;
+  const AttributeQuery& query_;
+  SearchPattern pattern_;
+  AttributeMatches& matches_;
+};
+
+bool AttributeSearch::IsErrorResult(const std::string& text) const {
+  return StartsWith(text, "?") ||
+         (!options_.errorPrefix.empty() &&
+          StartsWith(text, options_.errorPrefix));
+}
+
+bool AttributeSearch::PatternFoundIn(const std::string& text) {
+  if (query_.pattern.empty()) return true;
+  std::string error;
+  switch (pattern_.Search(text, error)) {
+    case PatternResult::kFound:
+      return true;
+    case PatternResult::kNotFound:
+      return false;
+    case PatternResult::kBadPattern:
+      // Kept only until the search ends (the operation then clears it):
+      // an invalid pattern simply finds nothing.
+      matches_.result = "? " + error;
+      return false;
+    case PatternResult::kFailed:
+      if (g_syslog) {
+        g_syslog->err(1, "Exception in regular expression matching = %s",
+                      error.c_str());
+      }
+      return false;
+  }
+  return false;
+}
+
+bool AttributeSearch::MatchNode(const std::string& path) {
+  std::string text;
+  if (readValueWithSuffix(context_, options_, path, query_.attribute, text) !=
+          0 ||
+      IsErrorResult(text) || !PatternFoundIn(text)) {
+    return false;
+  }
+  matches_.nodes.push_back(path);
+  matches_.data.push_back(std::move(text));
+  return true;
+}
+
+int AttributeSearch::MatchChildren(const std::string& path, bool recursive) {
+  std::vector<std::string> children;
+  if (toolkit::CPath::getChildPaths(context_->cds, path, children) != 0) {
+    return 0;
+  }
+  int count = 0;
+  for (const std::string& child : children) {
+    if (MatchNode(child)) ++count;
+    if (recursive) count += MatchChildren(child, true);
+  }
+  return count;
+}
+
+void ReportUnexpected(const char* what, AttributeMatches& matches) {
+  if (g_syslog) {
+    g_syslog->err(1, "findAttributeMatches: Unexpected Exception %s", what);
+  }
+  matches.result = std::string("? ") + what;
+}
+
+}  // namespace
+
+void FindAttributeMatches(ServiceContext* context,
+                          const ServiceOptions& options,
+                          const AttributeQuery& query,
+                          AttributeMatches& matches,
+                          const PatternSettings& settings) {
+  try {
+    AttributeSearch search(context, options, query, settings, matches);
+    search.MatchNode(query.startingPath);
+    search.MatchChildren(query.startingPath, query.recursive);
+    matches.result.clear();
+  } catch (const std::exception& e) {
+    ReportUnexpected(e.what(), matches);
+  } catch (...) {
+    ReportUnexpected("of unknown type", matches);
+  }
+}

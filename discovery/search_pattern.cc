@@ -1,0 +1,138 @@
+// SearchPattern: Boost.Regex with a per-text and per-search work limit.
+//
+// How the limit gets into the library: Boost.Regex decides how many states
+// a match may visit in perl_matcher::estimate_max_state_count(), once per
+// match, from the text length and the pattern size; the macro
+// BOOST_REGEX_MAX_STATE_COUNT only caps one of its two terms, and the
+// matcher for the ordinary regex_traits<char> is compiled into the shared
+// library, out of our reach. So patterns here use a traits type of this
+// file's own (SearchTraits, behaving exactly like regex_traits<char>): its
+// matcher is instantiated in this file alone, and that one member function
+// is specialised for it to apply the allowance described in the header.
+// Every other use of Boost.Regex in the program keeps the stock matcher.
+
+#include "discovery/search_pattern.h"
+
+#include <boost/regex.hpp>
+
+#include <algorithm>
+#include <iterator>
+
+namespace {
+
+struct SearchTraits : boost::regex_traits<char> {};
+using SearchRegex = boost::basic_regex<char, SearchTraits>;
+
+// The allowance of the next match in this thread, set by Find() right
+// before it calls the matcher: at most `amount` states, or, when `linear`,
+// `amount` states per character and pattern state. (The daemon has one
+// thread; thread_local keeps other users of this class apart all the same.)
+struct StateRule {
+  bool linear;
+  std::ptrdiff_t amount;
+};
+thread_local StateRule t_rule{true, 1};
+
+// Boost's own allowance for a text of `length` characters and a pattern of
+// `states` states: the larger of states*states*length and length*length
+// (the latter capped at BOOST_REGEX_MAX_STATE_COUNT), plus 100000. Doubles,
+// so that nothing overflows; only comparisons with smaller caps follow.
+double BoostAllowance(double length, double states) {
+  const double k = 100000;
+  const double by_pattern = states * states * length + k;
+  const double by_text = std::min<double>(length * length + k,
+                                          BOOST_REGEX_MAX_STATE_COUNT);
+  return std::max(by_pattern, by_text);
+}
+
+std::ptrdiff_t StateAllowance(std::ptrdiff_t length, std::size_t size) {
+  const double n = static_cast<double>(std::max<std::ptrdiff_t>(length, 1));
+  const double s = static_cast<double>(std::max<std::size_t>(size, 1));
+  const double amount = static_cast<double>(t_rule.amount);
+  const double limit = t_rule.linear ? amount * (n + 1) * (s + 1) : amount;
+  return static_cast<std::ptrdiff_t>(std::min(BoostAllowance(n, s), limit));
+}
+
+// Adds the time between its construction and destruction to `total`, also
+// when the measured code throws.
+class TimeCharge {
+ public:
+  explicit TimeCharge(std::chrono::steady_clock::duration& total)
+      : total_(total), start_(std::chrono::steady_clock::now()) {}
+  ~TimeCharge() { total_ += std::chrono::steady_clock::now() - start_; }
+  TimeCharge(const TimeCharge&) = delete;
+  TimeCharge& operator=(const TimeCharge&) = delete;
+
+ private:
+  std::chrono::steady_clock::duration& total_;
+  const std::chrono::steady_clock::time_point start_;
+};
+
+}  // namespace
+
+namespace boost {
+namespace BOOST_REGEX_DETAIL_NS {
+
+// The matcher of SearchTraits patterns over const char* (the only one
+// Find() instantiates) takes its state allowance from t_rule.
+template <>
+void perl_matcher<const char*, match_results<const char*>::allocator_type,
+                  ::SearchTraits>::
+    estimate_max_state_count(std::random_access_iterator_tag*) {
+  max_state_count = ::StateAllowance(last - base, re.size());
+}
+
+}  // namespace BOOST_REGEX_DETAIL_NS
+}  // namespace boost
+
+struct SearchPattern::Compiled {
+  explicit Compiled(const std::string& pattern) : regex(pattern) {}
+  SearchRegex regex;  // default flags: Perl syntax
+};
+
+SearchPattern::SearchPattern(const std::string& pattern,
+                             const PatternSettings& settings)
+    : pattern_(pattern), settings_(settings) {}
+
+SearchPattern::~SearchPattern() = default;
+
+const SearchPattern::Compiled& SearchPattern::Get() {
+  if (settings_.compilation == PatternCompilation::kPerText) {
+    compiled_ = std::make_unique<Compiled>(pattern_);
+    return *compiled_;
+  }
+  if (compile_error_) std::rethrow_exception(compile_error_);
+  if (!compiled_) {
+    try {
+      compiled_ = std::make_unique<Compiled>(pattern_);
+    } catch (...) {
+      compile_error_ = std::current_exception();
+      throw;
+    }
+  }
+  return *compiled_;
+}
+
+bool SearchPattern::Find(const Compiled& compiled, const std::string& text) {
+  t_rule = BudgetSpent() ? StateRule{true, settings_.linear_states_per_char}
+                         : StateRule{false, settings_.states_per_text};
+  const char* begin = text.data();
+  return boost::regex_search(begin, begin + text.size(), compiled.regex);
+}
+
+PatternResult SearchPattern::Search(const std::string& text,
+                                    std::string& error) {
+  TimeCharge charge(spent_);
+  try {
+    return Find(Get(), text) ? PatternResult::kFound
+                             : PatternResult::kNotFound;
+  } catch (const boost::regex_error& e) {
+    error = e.what();
+    return PatternResult::kBadPattern;
+  } catch (const std::exception& e) {
+    // Boost reports a match that exceeded its allowance (and one that ran
+    // out of backtracking memory) as std::runtime_error, not regex_error.
+    error = e.what();
+    return PatternResult::kFailed;
+  }
+}

@@ -1,0 +1,98 @@
+// SearchPattern: the regular expression of one attribute search.
+//
+// Patterns are Boost.Regex patterns in its default (Perl) syntax, and a
+// text matches when the pattern occurs anywhere in it (regex_search; no
+// anchoring is added, "^abc$" still anchors itself).
+//
+// Bounded work. A backtracking matcher can take exponential time on
+// patterns such as "(a+)+$". Boost.Regex protects itself by giving up
+// (std::runtime_error, "The complexity of matching ... exceeded predefined
+// bounds") after a number of matcher states that grows with the text
+// length N and the pattern's state count S: the larger of N*S*S and
+// min(N*N, 100,000,000), plus 100,000. Against a value of ten thousand
+// characters that is seconds per value, and a recursive search may test
+// thousands of values, all while the daemon's only thread serves nobody
+// else. So the matcher of this class (and only of this class) is held to
+// a tighter allowance, set per text:
+//
+//   - while the search's time budget lasts, Boost's own allowance but never
+//     more than `states_per_text`;
+//   - once the search has spent `budget` matching, only linear work,
+//     `linear_states_per_char` states per character and pattern state
+//     (plenty for ordinary patterns, nothing for backtracking blow-ups).
+//
+// A text refused this way fails exactly as Boost's own limit fails (kFailed
+// with the library's complexity message), so a search with a catastrophic
+// pattern answers in bounded time, with the values it could test.
+//
+// Compilation. A pattern is compiled once, on its first use, and kept for
+// the whole search; a pattern that does not compile fails every later use
+// with the same error object, so the outcome of every text is exactly what
+// compiling anew for each text would give (kPerText does that; the
+// benchmark compares the two).
+
+#ifndef DISCOVERY_SEARCH_PATTERN_H_
+#define DISCOVERY_SEARCH_PATTERN_H_
+
+#include <chrono>
+#include <cstddef>
+#include <exception>
+#include <memory>
+#include <string>
+
+enum class PatternCompilation {
+  kOncePerSearch,  // compile at the first text, reuse for the others
+  kPerText,        // compile anew for every text (for comparisons only)
+};
+
+struct PatternSettings {
+  PatternCompilation compilation = PatternCompilation::kOncePerSearch;
+  // Most matcher states one text may take while the budget lasts
+  // (about 0.1 s of matching on a desktop processor).
+  std::ptrdiff_t states_per_text = 2000000;
+  // Matching time one search may spend before only linear work is allowed.
+  std::chrono::steady_clock::duration budget = std::chrono::seconds(1);
+  // The linear allowance: states per (character + 1) * (pattern state + 1).
+  std::ptrdiff_t linear_states_per_char = 4;
+};
+
+enum class PatternResult {
+  kFound,       // the pattern occurs in the text
+  kNotFound,    // it does not
+  kBadPattern,  // the library raised a regular-expression error (invalid
+                // pattern); `error` holds its text
+  kFailed,      // any other exception while compiling or matching (the
+                // complexity limit among them); `error` holds its text
+};
+
+class SearchPattern {
+ public:
+  explicit SearchPattern(const std::string& pattern,
+                         const PatternSettings& settings = PatternSettings());
+  ~SearchPattern();
+  SearchPattern(const SearchPattern&) = delete;
+  SearchPattern& operator=(const SearchPattern&) = delete;
+
+  // Search the pattern in `text`. `error` receives the exception text for
+  // kBadPattern and kFailed and is left alone otherwise. Exceptions that
+  // are not std::exception pass through.
+  PatternResult Search(const std::string& text, std::string& error);
+
+  // True once the search has spent its budget (only linear work is left).
+  bool BudgetSpent() const { return spent_ >= settings_.budget; }
+
+ private:
+  struct Compiled;
+
+  // The compiled pattern; throws what compilation throws.
+  const Compiled& Get();
+  bool Find(const Compiled& compiled, const std::string& text);
+
+  const std::string pattern_;
+  const PatternSettings settings_;
+  std::unique_ptr<Compiled> compiled_;
+  std::exception_ptr compile_error_;  // kOncePerSearch: the first failure
+  std::chrono::steady_clock::duration spent_{};
+};
+
+#endif  // DISCOVERY_SEARCH_PATTERN_H_

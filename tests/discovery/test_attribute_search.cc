@@ -1,0 +1,179 @@
+// The attribute search over a real store: what matches, walk order and
+// depth, error results, invalid and catastrophic patterns.
+
+#include <string>
+#include <vector>
+
+#include "discovery/attribute_search.h"
+#include "tests/core/core_fixture.h"
+
+namespace {
+
+// /Plant
+//   A          DisplayName "abc"
+//     Deep     DisplayName "abcdef"
+//   B          DisplayName "other"
+//   C          no DisplayName
+//   Err        DisplayName "ERRATIC"
+const char kPlant[] =
+    "[/Plant]\nDisplayName = Plant xxabcxx\n"
+    "[/Plant/A]\nDisplayName = abc\n"
+    "[/Plant/A/Deep]\nDisplayName = abcdef\n"
+    "[/Plant/B]\nDisplayName = other\n"
+    "[/Plant/C]\nNodeType = Point\n"
+    "[/Plant/Err]\nDisplayName = ERRATIC\n";
+
+using Paths = std::vector<std::string>;
+
+class AttributeSearchTest : public CoreTest {
+ protected:
+  void SetUp() override {
+    CoreTest::SetUp();
+    Seed(kPlant);
+  }
+
+  AttributeMatches Find(const std::string& start, bool recursive,
+                        const std::string& pattern,
+                        const std::string& attribute = "DisplayName",
+                        const std::string& optionsText = "",
+                        const PatternSettings& settings = PatternSettings()) {
+    AttributeQuery query;
+    query.startingPath = start;
+    query.recursive = recursive;
+    query.attribute = attribute;
+    query.pattern = pattern;
+    AttributeMatches matches;
+    matches.result = "not cleared";
+    FindAttributeMatches(ctx_.get(), Options(optionsText), query, matches,
+                         settings);
+    EXPECT_EQ(matches.nodes.size(), matches.data.size());
+    return matches;
+  }
+
+  Paths Nodes(const std::string& start, bool recursive,
+              const std::string& pattern) {
+    return Find(start, recursive, pattern).nodes;
+  }
+};
+
+TEST_F(AttributeSearchTest, EmptyPatternTakesEveryReadableValueDepthFirst) {
+  const AttributeMatches matches = Find("/Plant", true, "");
+  EXPECT_EQ("", matches.result);
+  EXPECT_EQ((Paths{"/Plant", "/Plant/A", "/Plant/A/Deep", "/Plant/B",
+                   "/Plant/Err"}),
+            matches.nodes);
+  EXPECT_EQ((Paths{"Plant xxabcxx", "abc", "abcdef", "other", "ERRATIC"}),
+            matches.data);
+}
+
+TEST_F(AttributeSearchTest, PatternIsSearchedNotFullyMatched) {
+  EXPECT_EQ((Paths{"/Plant", "/Plant/A", "/Plant/A/Deep"}),
+            Nodes("/Plant", true, "abc"));
+  EXPECT_EQ((Paths{"/Plant/A"}), Nodes("/Plant", true, "^abc$"));
+  EXPECT_EQ((Paths{"/Plant/A/Deep"}), Nodes("/Plant", true, "def$"));
+}
+
+TEST_F(AttributeSearchTest, WithoutRecursionOnlyStartAndDirectChildren) {
+  EXPECT_EQ((Paths{"/Plant", "/Plant/A", "/Plant/B", "/Plant/Err"}),
+            Nodes("/Plant", false, ""));
+  EXPECT_EQ((Paths{"/Plant/A"}), Nodes("/Plant/A", false, "^abc$"));
+}
+
+TEST_F(AttributeSearchTest, StartingNodeItselfIsTested) {
+  EXPECT_EQ((Paths{"/Plant/A/Deep"}), Nodes("/Plant/A/Deep", false, "abc"));
+  EXPECT_EQ((Paths{"/Plant/A/Deep"}), Nodes("/Plant/A/Deep", true, ""));
+  EXPECT_TRUE(Nodes("/Plant/Nowhere", true, "").empty());
+  EXPECT_TRUE(Nodes("", true, "").empty());
+}
+
+TEST_F(AttributeSearchTest, MissingAttributeIsNeverMatched) {
+  // C has no DisplayName: its read is "? 9 Node Not Found : ...".
+  EXPECT_TRUE(Nodes("/Plant/C", false, "").empty());
+  EXPECT_TRUE(Nodes("/Plant", true, "Not Found").empty());
+  EXPECT_TRUE(Nodes("/Plant", true, "^\\?").empty());
+  EXPECT_TRUE(Find("/Plant", true, "", "NoSuchAttribute").nodes.empty());
+}
+
+TEST_F(AttributeSearchTest, TextsWithTheErrorPrefixAreNeverMatched) {
+  const AttributeMatches matches =
+      Find("/Plant", true, "", "DisplayName", "errorPrefix=ERR");
+  // The missing leaf reads "ERR? 9 ...", and a value that merely begins
+  // with the prefix is taken for an error result too.
+  EXPECT_EQ((Paths{"/Plant", "/Plant/A", "/Plant/A/Deep", "/Plant/B"}),
+            matches.nodes);
+}
+
+TEST_F(AttributeSearchTest, ClientErrorStringIsNotRecognisedAsAnError) {
+  const AttributeMatches matches =
+      Find("/Plant/C", false, "", "DisplayName", "errorString=N/A");
+  EXPECT_EQ((Paths{"/Plant/C"}), matches.nodes);
+  EXPECT_EQ((Paths{"N/A"}), matches.data);
+}
+
+TEST_F(AttributeSearchTest, UnreadableNodesAreNotMatched) {
+  Seed("[/Software/Security/Access/Hidden/Path]\nValue = /Plant/A\n"
+       "[/Software/Security/Access/Hidden/Read]\nValue = Administrator\n"
+       "[/Software/Security/Access/Hidden/Write]\nValue = Administrator\n");
+  SetCaller("viewer", "127.0.0.1");
+  EXPECT_EQ((Paths{"/Plant", "/Plant/B", "/Plant/Err"}),
+            Nodes("/Plant", true, ""));
+}
+
+TEST_F(AttributeSearchTest, EmptyAttributeReadsTheValue) {
+  Seed("[/Plant/B]\nValueType = Real\nValue = 230.4\n");
+  const AttributeMatches matches = Find("/Plant", true, "^230", "");
+  EXPECT_EQ((Paths{"/Plant/B"}), matches.nodes);
+  EXPECT_EQ((Paths{"230.4"}), matches.data);
+}
+
+TEST_F(AttributeSearchTest, InvalidPatternGivesEmptyResultAndNoMatches) {
+  for (const char* pattern : {"(", "[a-", "a{2,1}", "*"}) {
+    const AttributeMatches matches = Find("/Plant", true, pattern);
+    EXPECT_EQ("", matches.result) << pattern;
+    EXPECT_TRUE(matches.nodes.empty()) << pattern;
+  }
+}
+
+TEST_F(AttributeSearchTest, CatastrophicPatternEndsWithoutMatches) {
+  const std::string runaway = std::string(20000, 'a') + "!";
+  Seed("[/Plant/Long1]\nDisplayName = " + runaway + "\n"
+       "[/Plant/Long2]\nDisplayName = " + runaway + "\n"
+       "[/Plant/Long3]\nDisplayName = " + runaway + "\n");
+  const AttributeMatches matches = Find("/Plant", true, "(a+)+$");
+  EXPECT_EQ("", matches.result);
+  EXPECT_TRUE(matches.nodes.empty());
+  EXPECT_TRUE(LogHas("Exception in regular expression matching = "
+                     "The complexity of matching"));
+  // Once it is over, ordinary searches answer as before.
+  EXPECT_EQ((Paths{"/Plant/A"}), Nodes("/Plant", true, "^abc$"));
+}
+
+TEST_F(AttributeSearchTest, OncePerSearchAndPerNodeCompilationAgree) {
+  PatternSettings per_node;
+  per_node.compilation = PatternCompilation::kPerText;
+  for (const char* pattern :
+       {"", "abc", "^abc$", "^(a|o)", "(", "x{2,1}", "(a+)+$", "ERR|def"}) {
+    const AttributeMatches once = Find("/Plant", true, pattern);
+    const AttributeMatches each =
+        Find("/Plant", true, pattern, "DisplayName", "", per_node);
+    EXPECT_EQ(once.result, each.result) << pattern;
+    EXPECT_EQ(once.nodes, each.nodes) << pattern;
+    EXPECT_EQ(once.data, each.data) << pattern;
+  }
+}
+
+TEST_F(AttributeSearchTest, DeepTreeIsWalkedToTheBottom) {
+  // As deep as the store's 1024-byte paths allow a node with a
+  // DisplayName leaf: 506 levels of "/a".
+  const std::string leaf = "/DisplayName";
+  std::string deepest;
+  while (deepest.size() + 2 + leaf.size() <= 1024) deepest += "/a";
+  Seed("[" + deepest + "]\nDisplayName = bottom\n");
+  const AttributeMatches named = Find("/a", true, "", "Name");
+  EXPECT_EQ(deepest.size() / 2, named.nodes.size());
+  ASSERT_FALSE(named.nodes.empty());
+  EXPECT_EQ(deepest, named.nodes.back());
+  EXPECT_EQ((Paths{deepest}), Nodes("/", true, "^bottom$"));
+}
+
+}  // namespace

@@ -1,0 +1,109 @@
+// SearchPattern: search semantics, invalid patterns, compiling once versus
+// per text, and the work limits.
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "discovery/search_pattern.h"
+
+namespace {
+
+PatternResult SearchOnce(const std::string& pattern, const std::string& text) {
+  SearchPattern search(pattern);
+  std::string error;
+  return search.Search(text, error);
+}
+
+PatternSettings PerText() {
+  PatternSettings settings;
+  settings.compilation = PatternCompilation::kPerText;
+  return settings;
+}
+
+// Settings whose budget is spent before the first text.
+PatternSettings Spent() {
+  PatternSettings settings;
+  settings.budget = std::chrono::steady_clock::duration::zero();
+  return settings;
+}
+
+TEST(SearchPattern, SearchesAnywhereInTheText) {
+  EXPECT_EQ(PatternResult::kFound, SearchOnce("abc", "xxabcxx"));
+  EXPECT_EQ(PatternResult::kNotFound, SearchOnce("^abc$", "xxabcxx"));
+  EXPECT_EQ(PatternResult::kFound, SearchOnce("^abc$", "abc"));
+  EXPECT_EQ(PatternResult::kNotFound, SearchOnce("abc", "ABC"));
+  EXPECT_EQ(PatternResult::kFound, SearchOnce("(?i)abc", "ABC"));
+  EXPECT_EQ(PatternResult::kFound, SearchOnce("\\d+\\.\\d", "230.4"));
+  EXPECT_EQ(PatternResult::kFound, SearchOnce("[[:alpha:]]+", "V"));
+}
+
+TEST(SearchPattern, InvalidPatternIsReportedOnEveryUse) {
+  SearchPattern search("(abc");
+  std::string first, second;
+  EXPECT_EQ(PatternResult::kBadPattern, search.Search("abc", first));
+  EXPECT_EQ(PatternResult::kBadPattern, search.Search("xyz", second));
+  EXPECT_NE(std::string::npos, first.find("(abc")) << first;
+  EXPECT_EQ(first, second);
+}
+
+TEST(SearchPattern, CompilingOnceAnswersExactlyAsCompilingPerText) {
+  const std::vector<std::string> patterns = {
+      "abc", "^abc$", "", "a|", "(a+)+$", "[0-9]{2,}", "\\bV\\b",
+      "(", ")", "[a-", "*a", "a{2,1}", "(?<n", "\\", "(?<=a+)b"};
+  const std::vector<std::string> texts = {
+      "abc", "xxabcxx", "", "V", "230.4", std::string(40, 'a') + "!", "b"};
+  for (const std::string& pattern : patterns) {
+    SearchPattern once(pattern);
+    SearchPattern per_text(pattern, PerText());
+    for (const std::string& text : texts) {
+      std::string once_error, per_text_error;
+      EXPECT_EQ(once.Search(text, once_error),
+                per_text.Search(text, per_text_error))
+          << pattern << " in " << text;
+      EXPECT_EQ(once_error, per_text_error) << pattern << " in " << text;
+    }
+  }
+}
+
+TEST(SearchPattern, CatastrophicBacktrackingFailsInsteadOfRunning) {
+  SearchPattern search("(a+)+$");
+  std::string error;
+  EXPECT_EQ(PatternResult::kFailed,
+            search.Search(std::string(5000, 'a') + "!", error));
+  EXPECT_NE(std::string::npos, error.find("complexity")) << error;
+  // The same pattern still answers ordinary texts.
+  EXPECT_EQ(PatternResult::kFound, search.Search("aaa", error));
+}
+
+TEST(SearchPattern, SpentBudgetLeavesOnlyLinearWork) {
+  // "(?:a)*x" on a text of a's backtracks quadratically: allowed while the
+  // budget lasts, refused once it is spent.
+  const std::string text(100, 'a');
+  std::string error;
+  SearchPattern fresh("(?:a)*x");
+  EXPECT_EQ(PatternResult::kNotFound, fresh.Search(text, error));
+  EXPECT_FALSE(fresh.BudgetSpent());
+  SearchPattern spent("(?:a)*x", Spent());
+  EXPECT_TRUE(spent.BudgetSpent());
+  EXPECT_EQ(PatternResult::kFailed, spent.Search(text, error));
+  // Linear searches still find what they look for, also in long texts.
+  SearchPattern linear("abc", Spent());
+  const std::string long_text(20000, 'a');
+  EXPECT_EQ(PatternResult::kFound, linear.Search(long_text + "abc", error));
+  EXPECT_EQ(PatternResult::kNotFound, linear.Search(long_text, error));
+}
+
+TEST(SearchPattern, PerTextCapAppliesWhileBudgetLasts) {
+  PatternSettings tight;
+  tight.states_per_text = 1000;
+  SearchPattern capped("(?:a)*x", tight);
+  std::string error;
+  EXPECT_EQ(PatternResult::kFailed,
+            capped.Search(std::string(100, 'a'), error));
+  EXPECT_EQ(PatternResult::kFound, capped.Search("ax", error));
+}
+
+}  // namespace
