@@ -68,6 +68,24 @@ class TimeCharge {
   const std::chrono::steady_clock::time_point start_;
 };
 
+// Runs `step`; false when it threw, with `result` and `error` saying how.
+template <typename Step>
+bool Run(Step step, PatternResult& result, std::string& error) {
+  try {
+    step();
+    return true;
+  } catch (const boost::regex_error& e) {
+    result = PatternResult::kBadPattern;
+    error = e.what();
+  } catch (const std::exception& e) {
+    // Boost reports a match that exceeded its allowance (and one that ran
+    // out of backtracking memory) as std::runtime_error, not regex_error.
+    result = PatternResult::kFailed;
+    error = e.what();
+  }
+  return false;
+}
+
 }  // namespace
 
 namespace boost {
@@ -85,6 +103,9 @@ void perl_matcher<const char*, match_results<const char*>::allocator_type,
 }  // namespace BOOST_REGEX_DETAIL_NS
 }  // namespace boost
 
+const char* const kSearchTimeSpent =
+    "The search has spent its matching time; the value was not matched";
+
 struct SearchPattern::Compiled {
   explicit Compiled(const std::string& pattern) : regex(pattern) {}
   SearchRegex regex;  // default flags: Perl syntax
@@ -96,43 +117,38 @@ SearchPattern::SearchPattern(const std::string& pattern,
 
 SearchPattern::~SearchPattern() = default;
 
-const SearchPattern::Compiled& SearchPattern::Get() {
+bool SearchPattern::Compile() {
   if (settings_.compilation == PatternCompilation::kPerText) {
+    compiled_.reset();
+  } else if (compiled_ || compile_failed_) {
+    return !compile_failed_;
+  }
+  compile_failed_ = !Run([this] {
     compiled_ = std::make_unique<Compiled>(pattern_);
-    return *compiled_;
-  }
-  if (compile_error_) std::rethrow_exception(compile_error_);
-  if (!compiled_) {
-    try {
-      compiled_ = std::make_unique<Compiled>(pattern_);
-    } catch (...) {
-      compile_error_ = std::current_exception();
-      throw;
-    }
-  }
-  return *compiled_;
+  }, compile_result_, compile_error_);
+  return !compile_failed_;
 }
 
-bool SearchPattern::Find(const Compiled& compiled, const std::string& text) {
+bool SearchPattern::Find(const std::string& text) {
   t_rule = BudgetSpent() ? StateRule{true, settings_.linear_states_per_char}
                          : StateRule{false, settings_.states_per_text};
   const char* begin = text.data();
-  return boost::regex_search(begin, begin + text.size(), compiled.regex);
+  return boost::regex_search(begin, begin + text.size(), compiled_->regex);
 }
 
 PatternResult SearchPattern::Search(const std::string& text,
                                     std::string& error) {
-  TimeCharge charge(spent_);
-  try {
-    return Find(Get(), text) ? PatternResult::kFound
-                             : PatternResult::kNotFound;
-  } catch (const boost::regex_error& e) {
-    error = e.what();
-    return PatternResult::kBadPattern;
-  } catch (const std::exception& e) {
-    // Boost reports a match that exceeded its allowance (and one that ran
-    // out of backtracking memory) as std::runtime_error, not regex_error.
-    error = e.what();
+  if (LimitReached()) {
+    error = kSearchTimeSpent;
     return PatternResult::kFailed;
   }
+  TimeCharge charge(spent_);
+  if (!Compile()) {
+    error = compile_error_;
+    return compile_result_;
+  }
+  bool found = false;
+  PatternResult failure = PatternResult::kFailed;
+  if (!Run([&] { found = Find(text); }, failure, error)) return failure;
+  return found ? PatternResult::kFound : PatternResult::kNotFound;
 }

@@ -13,30 +13,32 @@
 // characters that is seconds per value, and a recursive search may test
 // thousands of values, all while the daemon's only thread serves nobody
 // else. So the matcher of this class (and only of this class) is held to
-// a tighter allowance, set per text:
+// a tighter allowance, set per text from the matching time the search has
+// spent so far:
 //
-//   - while the search's time budget lasts, Boost's own allowance but never
-//     more than `states_per_text`;
-//   - once the search has spent `budget` matching, only linear work,
-//     `linear_states_per_char` states per character and pattern state
-//     (plenty for ordinary patterns, nothing for backtracking blow-ups).
+//   - until `budget`: Boost's own allowance, but never more than
+//     `states_per_text` (about 0.1 s on a desktop processor);
+//   - until `limit`: only linear work, `linear_states_per_char` states per
+//     character and pattern state (plenty for ordinary patterns, nothing
+//     for backtracking blow-ups);
+//   - after `limit`: no more matching at all (kFailed, kSearchTimeSpent).
 //
-// A text refused this way fails exactly as Boost's own limit fails (kFailed
-// with the library's complexity message), so a search with a catastrophic
-// pattern answers in bounded time, with the values it could test.
+// A text refused by an allowance fails exactly as Boost's own limit fails
+// (kFailed with the library's complexity message). So one search spends at
+// most `limit` plus one text's allowance on matching, whatever the pattern
+// and the values, and answers with the values it could test.
 //
 // Compilation. A pattern is compiled once, on its first use, and kept for
 // the whole search; a pattern that does not compile fails every later use
-// with the same error object, so the outcome of every text is exactly what
-// compiling anew for each text would give (kPerText does that; the
-// benchmark compares the two).
+// with the same result and error text, so the outcome of every text is
+// exactly what compiling anew for each text would give (kPerText does that;
+// a test and the benchmark compare the two).
 
 #ifndef DISCOVERY_SEARCH_PATTERN_H_
 #define DISCOVERY_SEARCH_PATTERN_H_
 
 #include <chrono>
 #include <cstddef>
-#include <exception>
 #include <memory>
 #include <string>
 
@@ -47,14 +49,18 @@ enum class PatternCompilation {
 
 struct PatternSettings {
   PatternCompilation compilation = PatternCompilation::kOncePerSearch;
-  // Most matcher states one text may take while the budget lasts
-  // (about 0.1 s of matching on a desktop processor).
+  // Most matcher states one text may take while the budget lasts.
   std::ptrdiff_t states_per_text = 2000000;
-  // Matching time one search may spend before only linear work is allowed.
+  // Matching time of one search before only linear work is allowed.
   std::chrono::steady_clock::duration budget = std::chrono::seconds(1);
   // The linear allowance: states per (character + 1) * (pattern state + 1).
   std::ptrdiff_t linear_states_per_char = 4;
+  // Matching time of one search after which nothing more is matched.
+  std::chrono::steady_clock::duration limit = std::chrono::seconds(3);
 };
+
+// The error text of a text refused because the search reached its limit.
+extern const char* const kSearchTimeSpent;
 
 enum class PatternResult {
   kFound,       // the pattern occurs in the text
@@ -62,7 +68,8 @@ enum class PatternResult {
   kBadPattern,  // the library raised a regular-expression error (invalid
                 // pattern); `error` holds its text
   kFailed,      // any other exception while compiling or matching (the
-                // complexity limit among them); `error` holds its text
+                // complexity limit among them), or the search's time limit
+                // reached; `error` holds the text
 };
 
 class SearchPattern {
@@ -80,18 +87,25 @@ class SearchPattern {
 
   // True once the search has spent its budget (only linear work is left).
   bool BudgetSpent() const { return spent_ >= settings_.budget; }
+  // True once the search has reached its limit (nothing is matched).
+  bool LimitReached() const { return spent_ >= settings_.limit; }
 
  private:
   struct Compiled;
 
-  // The compiled pattern; throws what compilation throws.
-  const Compiled& Get();
-  bool Find(const Compiled& compiled, const std::string& text);
+  // Make compiled_ ready (kPerText: anew); false when compiling failed,
+  // with compile_result_ and compile_error_ saying how.
+  bool Compile();
+  // regex_search of the compiled pattern in `text`, under the allowance;
+  // throws what the library throws.
+  bool Find(const std::string& text);
 
   const std::string pattern_;
   const PatternSettings settings_;
   std::unique_ptr<Compiled> compiled_;
-  std::exception_ptr compile_error_;  // kOncePerSearch: the first failure
+  bool compile_failed_ = false;
+  PatternResult compile_result_ = PatternResult::kBadPattern;
+  std::string compile_error_;
   std::chrono::steady_clock::duration spent_{};
 };
 

@@ -30,6 +30,13 @@ PatternSettings Spent() {
   return settings;
 }
 
+// Settings whose limit is reached before the first text.
+PatternSettings Exhausted() {
+  PatternSettings settings = Spent();
+  settings.limit = settings.budget;
+  return settings;
+}
+
 TEST(SearchPattern, SearchesAnywhereInTheText) {
   EXPECT_EQ(PatternResult::kFound, SearchOnce("abc", "xxabcxx"));
   EXPECT_EQ(PatternResult::kNotFound, SearchOnce("^abc$", "xxabcxx"));
@@ -94,6 +101,17 @@ TEST(SearchPattern, SpentBudgetLeavesOnlyLinearWork) {
   const std::string long_text(20000, 'a');
   EXPECT_EQ(PatternResult::kFound, linear.Search(long_text + "abc", error));
   EXPECT_EQ(PatternResult::kNotFound, linear.Search(long_text, error));
+}
+
+TEST(SearchPattern, ReachedLimitRefusesEveryText) {
+  SearchPattern search("abc", Exhausted());
+  std::string error;
+  EXPECT_TRUE(search.LimitReached());
+  EXPECT_EQ(PatternResult::kFailed, search.Search("abc", error));
+  EXPECT_EQ(kSearchTimeSpent, error);
+  // An invalid pattern is not even compiled any more.
+  SearchPattern invalid("(", Exhausted());
+  EXPECT_EQ(PatternResult::kFailed, invalid.Search("abc", error));
 }
 
 TEST(SearchPattern, PerTextCapAppliesWhileBudgetLasts) {
