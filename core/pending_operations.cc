@@ -1,9 +1,0 @@
-// pending_operations.cc - Core data access operations not provided yet.
-//
-// Each answers a SOAP server fault naming itself, so a client can tell a
-// missing operation from a failed one.  An operation moves out of this
-// file into its own source when it is implemented.
-
-#include "contract/operation.h"
-#include "soapH.h"
-
