@@ -35,8 +35,7 @@ class AttributeSearchTest : public CoreTest {
   AttributeMatches Find(const std::string& start, bool recursive,
                         const std::string& pattern,
                         const std::string& attribute = "DisplayName",
-                        const std::string& optionsText = "",
-                        const PatternSettings& settings = PatternSettings()) {
+                        const std::string& optionsText = "") {
     AttributeQuery query;
     query.startingPath = start;
     query.recursive = recursive;
@@ -44,8 +43,7 @@ class AttributeSearchTest : public CoreTest {
     query.pattern = pattern;
     AttributeMatches matches;
     matches.result = "not cleared";
-    FindAttributeMatches(ctx_.get(), Options(optionsText), query, matches,
-                         settings);
+    FindAttributeMatches(ctx_.get(), Options(optionsText), query, matches);
     EXPECT_EQ(matches.nodes.size(), matches.data.size());
     return matches;
   }
@@ -146,20 +144,6 @@ TEST_F(AttributeSearchTest, CatastrophicPatternEndsWithoutMatches) {
                      "The complexity of matching"));
   // Once it is over, ordinary searches answer as before.
   EXPECT_EQ((Paths{"/Plant/A"}), Nodes("/Plant", true, "^abc$"));
-}
-
-TEST_F(AttributeSearchTest, OncePerSearchAndPerNodeCompilationAgree) {
-  PatternSettings per_node;
-  per_node.compilation = PatternCompilation::kPerText;
-  for (const char* pattern :
-       {"", "abc", "^abc$", "^(a|o)", "(", "x{2,1}", "(a+)+$", "ERR|def"}) {
-    const AttributeMatches once = Find("/Plant", true, pattern);
-    const AttributeMatches each =
-        Find("/Plant", true, pattern, "DisplayName", "", per_node);
-    EXPECT_EQ(once.result, each.result) << pattern;
-    EXPECT_EQ(once.nodes, each.nodes) << pattern;
-    EXPECT_EQ(once.data, each.data) << pattern;
-  }
 }
 
 TEST_F(AttributeSearchTest, DeepTreeIsWalkedToTheBottom) {

@@ -11,12 +11,6 @@
 
 namespace {
 
-PatternResult SearchOnce(const std::string& pattern, const std::string& text) {
-  SearchPattern search(pattern);
-  std::string error;
-  return search.Search(text, error);
-}
-
 PatternSettings PerText() {
   PatternSettings settings;
   settings.compilation = PatternCompilation::kPerText;
@@ -35,16 +29,6 @@ PatternSettings Exhausted() {
   PatternSettings settings = Spent();
   settings.limit = settings.budget;
   return settings;
-}
-
-TEST(SearchPattern, SearchesAnywhereInTheText) {
-  EXPECT_EQ(PatternResult::kFound, SearchOnce("abc", "xxabcxx"));
-  EXPECT_EQ(PatternResult::kNotFound, SearchOnce("^abc$", "xxabcxx"));
-  EXPECT_EQ(PatternResult::kFound, SearchOnce("^abc$", "abc"));
-  EXPECT_EQ(PatternResult::kNotFound, SearchOnce("abc", "ABC"));
-  EXPECT_EQ(PatternResult::kFound, SearchOnce("(?i)abc", "ABC"));
-  EXPECT_EQ(PatternResult::kFound, SearchOnce("\\d+\\.\\d", "230.4"));
-  EXPECT_EQ(PatternResult::kFound, SearchOnce("[[:alpha:]]+", "V"));
 }
 
 TEST(SearchPattern, InvalidPatternIsReportedOnEveryUse) {
