@@ -1,0 +1,156 @@
+"""Who may call what, end to end: every served operation x every kind of
+caller, through nginx on the sample store.
+
+The rules the table follows:
+  - without credentials nginx answers 401 before the daemon sees the call;
+  - reads need the store's read role for the path: Viewer by default,
+    Operator below /Devices/UPS1/Service (the sample's UPSService rule);
+    a refused read is the result text "? 2 Not Authorized : ..." or, where
+    an operation drops error texts, an answer without the protected data;
+  - writes need Operator (Administrator below /Devices/UPS1/Service) and a
+    refused write is HTTP 401;
+  - administration (nst1) needs an Administrator, refused with HTTP 401;
+  - locales, identity, the clock and the device tree ask the store for no
+    rights: every known caller gets them.
+"guest" is known to nginx and has no role in the store.
+"""
+
+import unittest
+
+import harness
+from soap_calls import Items, answer, body
+
+CALLERS = (None, "guest", "viewer", "operator", "admin")
+
+SERVICE = "/Devices/UPS1/Service"
+HOURS = SERVICE + "/OperatingHours"      # 15342, Operator-read
+CHILDREN = SERVICE + ":Children"
+THRESHOLD = "/Devices/UPS1/LowBatteryThreshold"  # Writable, Operator-write
+CODE = SERVICE + "/ServiceCode"          # Writable, Administrator-write
+NOT_AUTHORIZED = "? 2 Not Authorized"
+FAILED_REBOOT = "? System Reboot Failed: No such file or directory"
+
+# Label -> (prefix, operation, fields, witness). The witness is a text the
+# answer holds when the caller got what was asked for (None: a clean
+# answer is enough; "{user}": the caller's own name).
+CALLS = {
+    "getValue": ("nsc1", "getValue", [("path", HOURS)], "15342"),
+    "getValue (open point)": ("nsc1", "getValue",
+                              [("path", "/Devices/UPS1/Load")], "41.2"),
+    "getValues": ("nsc1", "getValues", [("paths", Items([HOURS]))], "15342"),
+    "getRelativeValues": ("nsc1", "getRelativeValues",
+                          [("basePath", SERVICE + "/"),
+                           ("paths", ["OperatingHours"])], "15342"),
+    "getArray": ("nsc1", "getArray", [("path", CHILDREN)], "OperatingHours"),
+    "getArrayRange": ("nsc1", "getArrayRange",
+                      [("path", CHILDREN), ("index", "0"), ("count", "3")],
+                      "OperatingHours"),
+    "getArraySize": ("nsc1", "getArraySize", [("path", CHILDREN)], "3"),
+    "setValue": ("nsc1", "setValue",
+                 [("path", THRESHOLD), ("value", "30")], "30"),
+    "setValue (service data)": ("nsc1", "setValue",
+                                [("path", CODE), ("value", "SVC-9")],
+                                "SVC-9"),
+    "setValues": ("nsc1", "setValues",
+                  [("paths", [THRESHOLD]), ("values", ["31"])], "31"),
+    "getDefaultLocale": ("nsc1", "getDefaultLocale", [], "en-US"),
+    "getSupportedLocales": ("nsc1", "getSupportedLocales", [], "en-US"),
+    "getDeviceTree": ("nsqv", "getDeviceTree",
+                      [("startingPath", "/Devices"), ("bRecursive", "true")],
+                      "/Devices/UPS1"),
+    "getLeafDescriptors": ("nsqv", "getLeafDescriptors",
+                           [("basePath", SERVICE + "/"),
+                            ("leafPaths", ["OperatingHours"])], "15342"),
+    "whoAmI": ("nsqv", "whoAmI", [], "{user}"),
+    "getLocalAndUtcTime": ("nsqv", "getLocalAndUtcTime", [], None),
+    "findAttributeMatches": ("nsqv", "findAttributeMatches",
+                             [("startingPath", SERVICE),
+                              ("bRecursive", "true"),
+                              ("attribMatch", "DisplayName"),
+                              ("regexMatchPattern", "")], HOURS),
+    "SetLeaf": ("nst1", "SetLeaf",
+                [("path", THRESHOLD + "/Units"), ("value", "percent")],
+                "percent"),
+    "SetLeaves": ("nst1", "SetLeaves",
+                  [("paths", Items([THRESHOLD + ":Note"])),
+                   ("values", Items(["checked"]))], "checked"),
+    "CreateNode": ("nst1", "CreateNode",
+                   [("basePath", "/Devices/UPS1/Matrix/"),
+                    ("paths", Items(["Value"])), ("values", Items(["1"]))],
+                   "1"),
+    "RemoveNode": ("nst1", "RemoveNode",
+                   [("basePath", THRESHOLD + ":.RangeHigh")], None),
+    # The stack's reboot program does not exist: an Administrator's Reset
+    # is logged and attempted, and answers why it failed.
+    "Reset": ("nst1", "Reset", [], FAILED_REBOOT),
+}
+
+# ok      the answer holds the witness (or is clean when there is none)
+# denied  a result text "? 2 Not Authorized ..."
+# hidden  a clean answer without the protected data
+# 401     HTTP 401, no answer
+#                           no creds  guest     viewer    operator  admin
+EXPECTED = {
+    "getValue":               "401      denied    denied    ok        ok",
+    "getValue (open point)":  "401      denied    ok        ok        ok",
+    "getValues":              "401      denied    denied    ok        ok",
+    "getRelativeValues":      "401      denied    denied    ok        ok",
+    "getArray":               "401      denied    denied    ok        ok",
+    "getArrayRange":          "401      hidden    hidden    ok        ok",
+    "getArraySize":           "401      denied    denied    ok        ok",
+    "setValue":               "401      401       401       ok        ok",
+    "setValue (service data)": "401     401       401       401       ok",
+    "setValues":              "401      401       401       ok        ok",
+    "getDefaultLocale":       "401      ok        ok        ok        ok",
+    "getSupportedLocales":    "401      ok        ok        ok        ok",
+    "getDeviceTree":          "401      ok        ok        ok        ok",
+    "getLeafDescriptors":     "401      denied    denied    ok        ok",
+    "whoAmI":                 "401      ok        ok        ok        ok",
+    "getLocalAndUtcTime":     "401      ok        ok        ok        ok",
+    "findAttributeMatches":   "401      hidden    hidden    ok        ok",
+    "SetLeaf":                "401      401       401       401       ok",
+    "SetLeaves":              "401      401       401       401       ok",
+    "CreateNode":             "401      401       401       401       ok",
+    "RemoveNode":             "401      401       401       401       ok",
+    "Reset":                  "401      401       401       401       ok",
+}
+
+
+def outcome(reply, operation, witness):
+    """The cell a reply falls in; anything unexpected is spelled out."""
+    if reply.status == 401:
+        return "401"
+    texts = answer(reply, operation)
+    if reply.status != 200 or texts is None:
+        return "HTTP %d: %s" % (reply.status, reply.text[-200:])
+    if witness is not None and witness in texts:
+        return "ok"
+    if any(text.startswith(NOT_AUTHORIZED) for text in texts):
+        return "denied"
+    errors = [text for text in texts if text.startswith("?")]
+    if errors:
+        return "error: " + errors[0]
+    return "ok" if witness is None else "hidden"
+
+
+class AuthorizationMatrixTest(unittest.TestCase):
+    def test_every_operation_for_every_caller(self):
+        self.assertEqual(set(CALLS), set(EXPECTED))
+        wrong = []
+        with harness.Stack() as stack:
+            # Row by row, callers in order: the one change a row makes is
+            # an Administrator's, made last.
+            for label, cells in EXPECTED.items():
+                prefix, operation, fields, witness = CALLS[label]
+                request = body(prefix, operation, *fields)
+                for user, expected in zip(CALLERS, cells.split()):
+                    seen = outcome(stack.soap(request, user=user), operation,
+                                   witness and witness.format(user=user))
+                    if seen != expected:
+                        wrong.append("%-24s %-9s expected %-7s got %s"
+                                     % (label, user, expected, seen))
+        self.assertEqual([], wrong, "\n" + "\n".join(wrong))
+
+
+if __name__ == "__main__":
+    unittest.main()
