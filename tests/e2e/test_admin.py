@@ -6,6 +6,7 @@ import os
 import unittest
 
 import harness
+from core_calls import StackTestCase
 from soap_calls import Items, answer, body
 
 RESET = body("nst1", "Reset")
@@ -14,17 +15,8 @@ RESET_LOG = ("Network Card Reset requested via web services by admin "
              "at 127.0.0.1")
 
 
-class AdminTest(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.stack = harness.Stack()
-        cls.stack.__enter__()
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.stack.__exit__(None, None, None)
-
-    def call(self, operation, *fields, user="admin"):
+class AdminTest(StackTestCase):
+    def nst1(self, operation, *fields, user="admin"):
         """The result texts of an nst1 call that must succeed."""
         reply = self.stack.soap(body("nst1", operation, *fields), user=user)
         self.assertEqual(200, reply.status, reply.text)
@@ -43,27 +35,27 @@ class AdminTest(unittest.TestCase):
     # -- SetLeaf, SetLeaves -------------------------------------------
     def test_set_leaf(self):
         path = "/Devices/UPS1/Load/Units"
-        self.assertEqual(["percent"], self.call(
+        self.assertEqual(["percent"], self.nst1(
             "SetLeaf", ("path", path), ("value", "percent")))
         self.assertEqual("percent", self.leaf(path))
         self.assertEqual(["? 8 Bad Path Syntax : CDS Error in supplied path"],
-                         self.call("SetLeaf", ("path", "Devices/UPS1"),
+                         self.nst1("SetLeaf", ("path", "Devices/UPS1"),
                                    ("value", "x")))
 
     def test_set_leaves(self):
         paths = ["/Devices/UPS1/Runtime/Units", "/Devices/UPS1/Runtime:Note"]
-        self.assertEqual(["min", "checked"], self.call(
+        self.assertEqual(["min", "checked"], self.nst1(
             "SetLeaves", ("paths", Items(paths)),
             ("values", Items(["min", "checked"]))))
         self.assertEqual("checked", self.leaf(paths[1]))
         self.assertEqual(["? 14 Index Out of Range : Mismatched array sizes"],
-                         self.call("SetLeaves", ("paths", Items(paths)),
+                         self.nst1("SetLeaves", ("paths", Items(paths)),
                                    ("values", Items(["s"]))))
         self.assertEqual("min", self.leaf(paths[0]))
 
     # -- CreateNode ---------------------------------------------------
     def test_create_node_with_trailing_slash(self):
-        self.assertEqual(["12"], self.call(
+        self.assertEqual(["12"], self.nst1(
             "CreateNode", ("basePath", "/Devices/UPS1/Fan/"),
             ("paths", Items(["Units", "Value"])),
             ("values", Items(["rpm", "12"]))))
@@ -72,7 +64,7 @@ class AdminTest(unittest.TestCase):
 
     def test_create_node_without_trailing_slash(self):
         self.assertEqual(["? 16 Write Failed : CDS write access failed"],
-                         self.call("CreateNode",
+                         self.nst1("CreateNode",
                                    ("basePath", "/Devices/UPS1/Pump"),
                                    ("paths", Items(["Value"])),
                                    ("values", Items(["1"]))))
@@ -81,7 +73,7 @@ class AdminTest(unittest.TestCase):
 
     def test_create_node_without_base_path(self):
         self.assertEqual(["? 8 Bad Path Syntax : No node path provided"],
-                         self.call("CreateNode",
+                         self.nst1("CreateNode",
                                    ("paths", Items(["Value"])),
                                    ("values", Items(["1"]))))
 
@@ -89,18 +81,18 @@ class AdminTest(unittest.TestCase):
     def test_remove_node_of_an_attribute_path_clears_the_leaf(self):
         path = "/Devices/UPS1/LowBatteryThreshold:.RangeHigh"
         self.assertEqual("60", self.leaf(path))
-        self.assertEqual([""], self.call("RemoveNode", ("basePath", path)))
+        self.assertEqual([""], self.nst1("RemoveNode", ("basePath", path)))
         self.assertIsNone(self.leaf(path))
         self.assertEqual("25", self.leaf(
             "/Devices/UPS1/LowBatteryThreshold/Value"))
 
     def test_remove_node_removes_the_subtree(self):
-        self.call("CreateNode", ("basePath", "/Devices/UPS1/Gone/Deep/"))
-        self.assertEqual([""], self.call("RemoveNode",
+        self.nst1("CreateNode", ("basePath", "/Devices/UPS1/Gone/Deep/"))
+        self.assertEqual([""], self.nst1("RemoveNode",
                                          ("basePath", "/Devices/UPS1/Gone")))
         self.assertFalse(self.node_exists("/Devices/UPS1/Gone/Deep"))
         self.assertEqual(["? 9 Node Not Found : CDS Error removing node"],
-                         self.call("RemoveNode",
+                         self.nst1("RemoveNode",
                                    ("basePath", "/Devices/UPS1/Gone")))
 
     # -- Reset --------------------------------------------------------
@@ -115,11 +107,11 @@ class AdminTest(unittest.TestCase):
                       self.stack.daemon_log())
 
     def test_reset_that_cannot_start_the_program_answers_why(self):
-        self.assertEqual([FAILED_REBOOT], self.call("Reset"))
+        self.assertEqual([FAILED_REBOOT], self.nst1("Reset"))
         self.assertIn(RESET_LOG, self.device_log())
         self.assertIn(FAILED_REBOOT, self.stack.daemon_log())
         # The daemon goes on serving.
-        self.assertEqual([FAILED_REBOOT], self.call("Reset"))
+        self.assertEqual([FAILED_REBOOT], self.nst1("Reset"))
 
 
 class ResetProgramTest(unittest.TestCase):
