@@ -6,7 +6,7 @@
 # scripts/stop.sh stops both by the pids recorded there.
 #
 # Environment: BUILD_DIR (./build), RUN_DIR (./.run), WSGATED_PORT (8080),
-# WSGATED_TLS_PORT (8443).
+# WSGATED_TLS_PORT (8443), WSGATED_REBOOT_CMD (a missing file: no reboot).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -44,6 +44,11 @@ nginx -p "$prefix" -c "$prefix/nginx.conf"
 export TOOLKIT_CDS_PATH=$store WSGATED_SOCKET=$socket
 export WSGATED_LOCALE_DIR=$PWD/$build_dir/locale
 export TOOLKIT_LOG_FILE=$run_dir/wsgated.log
+# The demo must never restart the machine it runs on: Reset runs a program
+# that does not exist and answers "? System Reboot Failed: ...". Set
+# WSGATED_REBOOT_CMD yourself to try the reboot sequence with a harmless
+# program of your own.
+export WSGATED_REBOOT_CMD=${WSGATED_REBOOT_CMD:-$run_dir/reboot-is-disabled-in-the-demo}
 "$build_dir/host/wsgated" -D 2
 # The daemon records its pid with its watchdog registration.
 for _ in $(seq 100); do
