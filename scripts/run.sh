@@ -75,14 +75,15 @@ write_example() {
   cat > "$example" <<'XML'
 <?xml version="1.0" encoding="UTF-8"?>
 <soap:Envelope xmlns:soap="http://www.w3.org/2003/05/soap-envelope"
-    xmlns:nsqv="http://www.wsgated.example/BACnetWSKestrelQV">
+    xmlns:nsc1="http://www.wsgated.example/BACnetWSKestrel">
   <soap:Body>
-    <nsqv:getMinAvgMaxValues>
-      <paths>/Devices/Meter1/VoltageL1N</paths>
-      <startTime>0</startTime>
-      <endTime>1</endTime>
-      <ratePeriod>RatePeriodA</ratePeriod>
-    </nsqv:getMinAvgMaxValues>
+    <nsc1:getValues>
+      <nsc1:paths>
+        <nsc1:string>/Devices/Meter1/VoltageL1N</nsc1:string>
+        <nsc1:string>/Devices/Meter1/VoltageL1N/Units</nsc1:string>
+        <nsc1:string>/Devices/UPS1/OperatingMode</nsc1:string>
+      </nsc1:paths>
+    </nsc1:getValues>
   </soap:Body>
 </soap:Envelope>
 XML
@@ -133,8 +134,9 @@ Example call (a SOAP 1.2 envelope, $example):
     -H 'Content-Type: application/soap+xml; charset=utf-8' \\
     --data-binary @$example $endpoint
 The same over TLS: add -k and use $tls_endpoint
-Operations that are not served yet answer with a SOAP fault; value reads
-(for example nsc1:getValue) answer the store's values once they are served.
+It reads a voltage, its units and the UPS's operating mode. Call it as
+"viewer" or "operator" to see the store's rights at work; operations that
+are not served yet answer with a SOAP fault naming themselves.
 INFO
 }
 
