@@ -82,6 +82,9 @@ int readValue(ServiceContext* context, const ServiceOptions& options,
                  &options);
     return 0;
   }
+  // The rights test, the read and the rendering's own reads (possible
+  // values) see one state of the store and pay its locks once.
+  toolkit::CCdsSnapshot snapshot(context->cds);
   if (readRefused(context->cds, options, parsed, result)) return 0;
   if (!options.localeValid) {
     setBnwsError(kBnwsLocaleNotSupported, options.locale.c_str(), result,
@@ -169,6 +172,9 @@ int readValues(ServiceContext* context, const ServiceOptions& options,
     std::vector<api_status_t> statuses;
     std::vector<toolkit::CElement> elements;
     std::vector<element_property_t> properties;
+    // One snapshot for the read and every rights and presence test after
+    // it: without it each of those pays the store's file locks per path.
+    toolkit::CCdsSnapshot snapshot(context->cds);
     if (context->cds.get_leaves(paths, statuses, elements, properties) == 0) {
       return readLeafResults(context->cds, options, parsed, statuses, elements,
                              properties, results);

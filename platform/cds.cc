@@ -720,7 +720,7 @@ int cds_create(const std::string& path, bool replace) {
 }
 
 int pcd_begin(pcd_handle_t handle) {
-  if (handle == nullptr || handle->in_group) return -1;
+  if (handle == nullptr || handle->in_group || handle->in_snapshot) return -1;
   // A read-only handle cannot write, so its group is only a snapshot and
   // must not hold the store's write lock.
   const api_status_t status = toolkit::store::run_simple(
@@ -752,6 +752,29 @@ int pcd_rollback(pcd_handle_t handle) {
                  API_STATUS_OK
              ? 0
              : -1;
+}
+
+int pcd_begin_snapshot(pcd_handle_t handle) {
+  if (handle == nullptr || handle->in_group || handle->in_snapshot) return -1;
+  // A deferred BEGIN: the snapshot is taken by the first read, and no lock
+  // that writers wait for is ever held.
+  if (toolkit::store::run_simple(handle, toolkit::store::kStmtBeginRead) !=
+      API_STATUS_OK) {
+    return -1;
+  }
+  handle->in_snapshot = true;
+  return 0;
+}
+
+int pcd_end_snapshot(pcd_handle_t handle) {
+  if (handle == nullptr || !handle->in_snapshot) return -1;
+  handle->in_snapshot = false;
+  if (toolkit::store::run_simple(handle, toolkit::store::kStmtCommit) ==
+      API_STATUS_OK) {
+    return 0;
+  }
+  toolkit::store::run_simple(handle, toolkit::store::kStmtRollback);
+  return -1;
 }
 
 unsigned long long pcd_change_counter(pcd_handle_t handle) {

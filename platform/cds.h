@@ -154,6 +154,18 @@ extern "C" int pcd_begin(pcd_handle_t handle);
 extern "C" int pcd_commit(pcd_handle_t handle);
 extern "C" int pcd_rollback(pcd_handle_t handle);
 
+// A read snapshot: every CCds call on this handle between
+// pcd_begin_snapshot and pcd_end_snapshot reads the store as it stood at the
+// first of them, and the store's file locks are taken once for all of them
+// instead of once per call. A request that authorizes, reads and re-checks
+// many leaves pays most of its store time in those locks otherwise. For
+// reads only: writes inside a snapshot fail. Keep snapshots short (they hold
+// back the write-ahead log's checkpoints). pcd_begin_snapshot returns
+// non-zero when the handle is not open or already inside a transaction (a
+// group or another snapshot); the calls then simply join that one.
+extern "C" int pcd_begin_snapshot(pcd_handle_t handle);
+extern "C" int pcd_end_snapshot(pcd_handle_t handle);
+
 // A number that changes whenever any process (this one included) commits a
 // change to the store; caches of store contents compare it to know when to
 // reload. 0 when the handle is not open.
@@ -194,5 +206,26 @@ struct CdsSyslogLine {
 };
 int cds_syslog_read(pcd_handle_t handle, int max,
                     std::vector<CdsSyslogLine>& out);  // newest last
+
+namespace toolkit {
+
+// One read snapshot for the lifetime of the object (pcd_begin_snapshot).
+// Inside a group or another snapshot it joins that one and ends nothing.
+class CCdsSnapshot {
+ public:
+  explicit CCdsSnapshot(CCds& cds)
+      : handle_(cds.handle), owner_(pcd_begin_snapshot(cds.handle) == 0) {}
+  ~CCdsSnapshot() {
+    if (owner_) pcd_end_snapshot(handle_);
+  }
+  CCdsSnapshot(const CCdsSnapshot&) = delete;
+  CCdsSnapshot& operator=(const CCdsSnapshot&) = delete;
+
+ private:
+  pcd_handle_t handle_;
+  bool owner_;
+};
+
+}  // namespace toolkit
 
 #endif  // PLATFORM_CDS_H_

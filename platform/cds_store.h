@@ -106,6 +106,8 @@ struct pcd_connection {
   bool read_only = false;
   // Between pcd_begin and pcd_commit/pcd_rollback.
   bool in_group = false;
+  // Between pcd_begin_snapshot and pcd_end_snapshot.
+  bool in_snapshot = false;
   // Commits made through this handle. PRAGMA data_version only moves for
   // other connections' commits; the sum of both moves for every commit.
   unsigned long long own_writes = 0;

@@ -410,6 +410,36 @@ TEST_F(CdsStoreTest, GroupCommitsOrDiscardsEverything) {
   EXPECT_NE(0, pcd_commit(cds_->handle));
 }
 
+TEST_F(CdsStoreTest, SnapshotReadsOneStateAndRefusesWrites) {
+  auto other = store_.Open();
+  AddNode("/S");
+  Set("/S/Value", CElement(1));
+  {
+    toolkit::CCdsSnapshot snapshot(*cds_);
+    EXPECT_EQ(1, Get("/S/Value").to_int());
+    // Another process commits: the snapshot keeps reading what it saw.
+    api_status_t status;
+    ASSERT_EQ(0, other->set_leaf("/S/Value", CElement(2), status,
+                                 PCD_TRIBOOL_UNKNOWN, "test"));
+    EXPECT_EQ(1, Get("/S/Value").to_int());
+    const unsigned long long counter = pcd_change_counter(cds_->handle);
+    EXPECT_EQ(counter, pcd_change_counter(cds_->handle));
+    // Nested snapshots and groups join the open one.
+    EXPECT_NE(0, pcd_begin_snapshot(cds_->handle));
+    EXPECT_NE(0, pcd_begin(cds_->handle));
+    EXPECT_NE(0, cds_->set_leaf("/S/Value", CElement(3), status,
+                                PCD_TRIBOOL_UNKNOWN, "test"));
+  }
+  EXPECT_EQ(2, Get("/S/Value").to_int());
+  EXPECT_NE(0, pcd_end_snapshot(cds_->handle));
+  // Inside a group a snapshot is not started and ends nothing.
+  ASSERT_EQ(0, pcd_begin(cds_->handle));
+  { toolkit::CCdsSnapshot joined(*cds_); }
+  Set("/S/Value", CElement(4));
+  ASSERT_EQ(0, pcd_commit(cds_->handle));
+  EXPECT_EQ(4, Get(*other, "/S/Value").to_int());
+}
+
 TEST_F(CdsStoreTest, ChangeCounterSeesEveryConnection) {
   auto other = store_.Open();
   AddNode("/P");
