@@ -11,6 +11,11 @@ void ApplyInputLimits(struct soap* soap) {
   soap->recv_maxlength = kMaxMessageBytes;
 }
 
+void UseLiteralTrees(struct soap* soap) {
+  soap_imode(soap, soap->imode | SOAP_XML_TREE);
+  soap_omode(soap, soap->omode | SOAP_XML_TREE);
+}
+
 void EnableUtf8Modes(struct soap* soap) {
   soap_imode(soap, soap->imode | SOAP_C_UTFSTRING | SOAP_IO_KEEPALIVE);
   soap_omode(soap, soap->omode | SOAP_IO_KEEPALIVE);

@@ -124,6 +124,7 @@ int main(int argc, char** argv) {
   struct soap* soap = soap_new();
   soap->user = &ctx;
   ApplyInputLimits(soap);
+  UseLiteralTrees(soap);
   g_syslog->info(0, "Initializing wsgated");
   BindNodes(&ctx);
   ctx.swinfo.SetAppStatus(toolkit::APP_STATUS_RUNNING);
