@@ -29,6 +29,13 @@ void AddLocale(ServiceContext* ctx, const std::string& name) {
 
 }  // namespace
 
+boost::locale::localization_backend_manager CatalogueBackend() {
+  boost::locale::localization_backend_manager backends =
+      boost::locale::localization_backend_manager::global();
+  backends.select("std");
+  return backends;
+}
+
 std::string LocaleMessagesPath() {
   const char* dir = getenv("WSGATED_LOCALE_DIR");
   return (dir != nullptr && dir[0] != '\0') ? dir : kDefaultMessagesPath;
@@ -46,8 +53,8 @@ bool SetupLocalesFromList(ServiceContext* ctx, const std::string& supported,
   try {
     ctx->locale_generator.characters(boost::locale::char_facet);
     // Every later request from a known caller asks the generator for
-    // en_US.UTF-8 again; building an ICU locale costs hundreds of
-    // microseconds, so let the generator hand out its cached copy.
+    // en_US.UTF-8 again; building a locale costs far more than a request,
+    // so let the generator hand out its cached copy.
     ctx->locale_generator.locale_cache_enabled(true);
     ctx->locale_generator.add_messages_path(messages_path);
     ctx->locale_generator.add_messages_domain("toolkit/UTF-8");

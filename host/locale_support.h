@@ -13,7 +13,16 @@
 
 #include <string>
 
+#include <boost/locale/localization_backend.hpp>
+
 struct ServiceContext;
+
+// The Boost.Locale back end the service's locales are made with: the
+// standard-library one. The service needs only message catalogues and the
+// locale's name and encoding, which every back end provides alike; the ICU
+// back end would add several MiB of touched library pages to a daemon that
+// is meant to fit in a few.
+boost::locale::localization_backend_manager CatalogueBackend();
 
 // The catalogue folder: $WSGATED_LOCALE_DIR or "/usr/share/locale".
 std::string LocaleMessagesPath();

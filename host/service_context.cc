@@ -4,6 +4,8 @@
 
 #include <stdsoap2.h>
 
+#include "host/locale_support.h"
+
 const char* const kSwInfoNode = "/Software/Data Servers/BACnet WebServices";
 const char* const kConnxnsNode =
     "/Software/Data Servers/Connections/BACnet WebServices";
@@ -24,7 +26,8 @@ ServiceContext::ServiceContext()
       request(nullptr),
       next_connxn_check(0),
       locale_support(false),
-      locale_map(10) {
+      locale_map(10),
+      locale_generator(CatalogueBackend()) {
   locale_map.max_load_factor(1.0f);
 }
 
