@@ -262,11 +262,16 @@ int writeValues(ServiceContext* context, bool adminFlag,
   }
   toolkit::CCds& cds = context->cds;
   std::vector<WriteEntry> entries(paths.size());
-  if (!checkEntries(cds, adminFlag, options, paths, values, entries)) {
-    return kWriteNotAuthorized;
+  {
+    // Checks and conversions only read: one snapshot takes the store's
+    // locks once for all entries. It ends before the write.
+    toolkit::CCdsSnapshot snapshot(cds);
+    if (!checkEntries(cds, adminFlag, options, paths, values, entries)) {
+      return kWriteNotAuthorized;
+    }
+    applyValueTypes(entries);
+    convertEntries(cds, options, entries);
   }
-  applyValueTypes(entries);
-  convertEntries(cds, options, entries);
   storeEntries(cds, options, entries);
   for (WriteEntry& entry : entries) results.push_back(std::move(entry.result));
   return 0;
