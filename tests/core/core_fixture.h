@@ -1,7 +1,8 @@
-// A ServiceContext over a fresh store for the core tests: seed text loaded
-// with the platform's seed loader, the caller's identity in the environment
-// as the request loop exports it, optional locale support with the built
-// catalogues, and the log mirrored into a file the test can search.
+// The host fixture (a ServiceContext over a fresh store, the log mirrored
+// into a file) for the operations' tests: seed text loaded with the
+// platform's seed loader, users of each role, the caller's identity in the
+// environment as the request loop exports it, and optional locale support
+// with the built catalogues.
 
 #ifndef TESTS_CORE_CORE_FIXTURE_H_
 #define TESTS_CORE_CORE_FIXTURE_H_
@@ -9,34 +10,19 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include <filesystem>
-#include <fstream>
-#include <locale>
-#include <memory>
-#include <sstream>
 #include <string>
 
 #include "core/service_options.h"
 #include "host/locale_support.h"
 #include "host/service_context.h"
-#include "platform/cds.h"
 #include "platform/seed.h"
-#include "platform/syslog.h"
+#include "tests/host/host_fixture.h"
 
-class CoreTest : public ::testing::Test {
+class CoreTest : public HostTest {
  protected:
   void SetUp() override {
-    char tmpl[] = "/tmp/wsgated_core_test.XXXXXX";
-    ASSERT_NE(nullptr, mkdtemp(tmpl));
-    dir_ = tmpl;
-    ASSERT_EQ(0, cds_create(dir_ + "/cds.db", false));
-    setenv("TOOLKIT_CDS_PATH", (dir_ + "/cds.db").c_str(), 1);
-    log_path_ = dir_ + "/wsgated.log";
-    toolkit::g_syslog = new toolkit::CSysLog("wsgated", 6, false, false,
-                                             false, log_path_.c_str());
-    saved_global_ = std::locale();
-    ctx_ = std::make_unique<ServiceContext>();
-    ASSERT_TRUE(ctx_->cds.is_open());
+    HostTest::SetUp();
+    if (HasFatalFailure()) return;
     // Security rules that tests rely on: "admin" is an Administrator,
     // "operator" an Operator, "viewer" a Viewer; others have no role.
     Seed("[/Software/Security/Users/admin]\nValue = Administrator\n"
@@ -46,15 +32,9 @@ class CoreTest : public ::testing::Test {
   }
 
   void TearDown() override {
-    ctx_.reset();
-    std::locale::global(saved_global_);
-    delete toolkit::g_syslog;
-    toolkit::g_syslog = nullptr;
-    unsetenv("TOOLKIT_CDS_PATH");
     unsetenv("REMOTE_USER");
     unsetenv("REMOTE_ADDR");
-    std::error_code ignored;
-    std::filesystem::remove_all(dir_, ignored);
+    HostTest::TearDown();
   }
 
   // Load seed text (the format of deploy/seed/*.seed) into the store.
@@ -81,21 +61,9 @@ class CoreTest : public ::testing::Test {
     return options;
   }
 
-  std::string Log() const {
-    std::ifstream in(log_path_);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-  }
-
   bool LogHas(const std::string& needle) const {
     return Log().find(needle) != std::string::npos;
   }
-
-  std::string dir_;
-  std::string log_path_;
-  std::locale saved_global_;
-  std::unique_ptr<ServiceContext> ctx_;
 };
 
 #endif  // TESTS_CORE_CORE_FIXTURE_H_
