@@ -53,6 +53,25 @@ class AdminTest(StackTestCase):
                                    ("values", Items(["s"]))))
         self.assertEqual("min", self.leaf(paths[0]))
 
+    def test_odd_paths_and_many_leaves(self):
+        # ".." never reaches the store, and an empty base path creates
+        # nothing; 10,000 leaves are written in one call.
+        self.assertEqual(["? 8 Bad Path Syntax : CDS Error in supplied path"],
+                         self.nst1("SetLeaf", ("path", "/Devices/../Units"),
+                                   ("value", "x")))
+        self.assertEqual(["? 8 Bad Path Syntax : CDS Error in supplied path"],
+                         self.nst1("RemoveNode", ("basePath", "/Devices/..")))
+        self.assertTrue(self.node_exists("/Devices"))
+        self.assertEqual(["? 16 Write Failed : CreateNode()"],
+                         self.nst1("CreateNode", ("basePath", ""),
+                                   ("paths", Items(["Value"])),
+                                   ("values", Items(["1"]))))
+        paths = ["/Devices/UPS1/Load:Note%05d" % i for i in range(10000)]
+        results = self.nst1("SetLeaves", ("paths", Items(paths)),
+                            ("values", Items(["n"] * 10000)))
+        self.assertEqual(["n"] * 10000, results)
+        self.assertEqual("n", self.leaf(paths[-1]))
+
     # -- CreateNode ---------------------------------------------------
     def test_create_node_with_trailing_slash(self):
         self.assertEqual(["12"], self.nst1(

@@ -166,6 +166,21 @@ class DiscoveryTest(unittest.TestCase):
         self.assertEqual("? 17 No Paths Provided : No paths provided", result)
         self.assertEqual([], leaves)
 
+    def test_leaf_descriptors_of_many_and_odd_paths(self):
+        # 10,000 leaves in one call, every one answered in order; ".." and
+        # an empty base path are path errors of their own leaves.
+        leaves = ["/Devices/Meter1/VoltageL1N"] * 10000
+        result, found = self.descriptors("", leaves)
+        self.assertEqual("OK", result)
+        self.assertEqual(10000, len(found))
+        self.assertTrue(all(text == "230.4" for text, _ in found))
+        result, found = self.descriptors("/Devices/..", ["/Meter1", ""])
+        self.assertEqual("OK", result)
+        self.assertEqual(2, len(found))
+        for text, _ in found:
+            self.assertTrue(text.startswith("? 8 Bad Path Syntax"), text)
+        self.assertServedNormally()
+
     # -- whoAmI -------------------------------------------------------
     def test_who_am_i_answers_the_basic_auth_user(self):
         for user in ("viewer", "operator", "admin", "guest"):
