@@ -3,6 +3,7 @@
 #include <string>
 
 #include "admin/node_admin.h"
+#include "contract/operation.h"
 #include "core/bnws_error.h"
 #include "core/service_options.h"
 #include "core/write_path.h"
@@ -17,7 +18,7 @@ int removeNode(ServiceContext* context, const std::string* optionsText,
                const std::string* basePath, std::string& result) {
   ServiceOptions options;
   parseServiceOptions(context, optionsText, options);
-  const std::string given = basePath != nullptr ? *basePath : std::string();
+  const std::string& given = OptionalText(basePath);
   toolkit::CPath path(given);
   const std::string source = changeSourceText();
   if (path.normalize() != 0) {

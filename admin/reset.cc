@@ -1,6 +1,5 @@
 // Reset: restart the network card on an Administrator's request.
 
-#include <stdlib.h>
 #include <string.h>
 
 #include <string>
@@ -8,6 +7,7 @@
 #include "admin/node_admin.h"
 #include "admin/reboot.h"
 #include "core/write_path.h"
+#include "host/request_context.h"
 #include "host/service_context.h"
 #include "platform/cds.h"
 #include "platform/path.h"
@@ -16,11 +16,6 @@
 using toolkit::g_syslog;
 
 namespace {
-
-const char* environmentText(const char* name) {
-  const char* value = getenv(name);
-  return value != nullptr ? value : "";
-}
 
 // syslog(3) priority of the line in the device's system log: critical, a
 // restart is always worth seeing.
@@ -32,7 +27,7 @@ int resetCard(ServiceContext* context, std::string& result) {
   result.clear();
   toolkit::CPath root("/");
   root.normalize();
-  const char* user = environmentText("REMOTE_USER");
+  const char* user = RequestUser();
   if (!root.is_reset_authorized(context->cds)) {
     if (g_syslog) g_syslog->notice(1, "%s is Not authorized for Reset", user);
     return kWriteNotAuthorized;
@@ -40,7 +35,7 @@ int resetCard(ServiceContext* context, std::string& result) {
   context->cds.syslog_add(
       kResetLogLevel, std::string("Network Card Reset requested via web "
                                   "services by ") +
-                          user + " at " + environmentText("REMOTE_ADDR"));
+                          user + " at " + RequestAddress());
   setRebootRequested();
   const int error = execReboot();
   result = std::string("? System Reboot Failed: ") + strerror(error);

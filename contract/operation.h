@@ -8,7 +8,17 @@
 #ifndef WSGATED_CONTRACT_OPERATION_H_
 #define WSGATED_CONTRACT_OPERATION_H_
 
+#include <string>
+
 struct soap;
+
+// An optional text field of a request: the engine leaves an element the
+// client did not send as a null pointer. Operations that treat a missing
+// text exactly like an empty one read it through this.
+inline const std::string& OptionalText(const std::string* text) {
+  static const std::string kEmpty;
+  return text != nullptr ? *text : kEmpty;
+}
 
 // Answers an operation that this build does not provide yet: sets a SOAP
 // server fault (Receiver in SOAP 1.2, "SOAP-ENV:Server" in SOAP 1.1) whose

@@ -3,12 +3,11 @@
 
 #include "core/write_path.h"
 
-#include <stdlib.h>
-
 #include "core/bnws_error.h"
 #include "core/service_options.h"
 #include "core/value_conversion.h"
 #include "core/write_steps.h"
+#include "host/request_context.h"
 #include "host/service_context.h"
 #include "platform/attributes.h"
 #include "platform/cds.h"
@@ -258,12 +257,9 @@ void storeValue(const SingleWrite& write, bool adminFlag,
 }  // namespace
 
 std::string changeSourceText() {
-  const char* user = getenv("REMOTE_USER");
-  const char* address = getenv("REMOTE_ADDR");
   std::string source;
-  toolkit::CEvent::format_source_string(source, kChangeOrigin,
-                                        user ? user : "",
-                                        address ? address : "");
+  toolkit::CEvent::format_source_string(source, kChangeOrigin, RequestUser(),
+                                        RequestAddress());
   return source;
 }
 

@@ -7,10 +7,10 @@
 #include <string>
 #include <utility>
 
+#include "contract/operation.h"
 #include "contract/string_lists.h"
 #include "core/service_options.h"
 #include "discovery/attribute_search.h"
-#include "discovery/optional_text.h"
 #include "host/service_context.h"
 #include "soapH.h"
 

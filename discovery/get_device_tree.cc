@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "contract/operation.h"
 #include "discovery/device_tree.h"
-#include "discovery/optional_text.h"
 #include "host/service_context.h"
 #include "soapH.h"
 

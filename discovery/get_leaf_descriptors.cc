@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "contract/operation.h"
 #include "contract/string_lists.h"
 #include "core/service_options.h"
 #include "discovery/leaf_descriptors.h"
-#include "discovery/optional_text.h"
 #include "host/service_context.h"
 #include "soapH.h"
 

@@ -5,13 +5,11 @@
 // for the length of the request; without authentication it is unset and
 // the answer is empty. The options are accepted and not used.
 
-#include <stdlib.h>
-
+#include "host/request_context.h"
 #include "soapH.h"
 
 int __nsqv__whoAmI(struct soap*, struct _nsqv__whoAmI*,
                    struct _nsqv__whoAmIResponse& response) {
-  const char* user = getenv("REMOTE_USER");
-  response.result = user != nullptr ? user : "";
+  response.result = RequestUser();
   return SOAP_OK;
 }

@@ -2,6 +2,7 @@
 
 #include "host/request_context.h"
 
+#include <stdlib.h>
 #include <sys/socket.h>
 
 #include <memory>
@@ -54,6 +55,16 @@ void AddNewCaller(ServiceContext* ctx, const RequestIdentity& caller) {
 }
 
 }  // namespace
+
+const char* RequestUser() {
+  const char* user = getenv("REMOTE_USER");
+  return user != nullptr ? user : "";
+}
+
+const char* RequestAddress() {
+  const char* address = getenv("REMOTE_ADDR");
+  return address != nullptr ? address : "";
+}
 
 void SetupRequestContext(ServiceContext* ctx, const RequestIdentity& caller) {
   if (ctx->connxns.FindUpdateConnxn(caller.address, nullptr) != 0) {

@@ -21,6 +21,11 @@ struct RequestIdentity {
   std::string languages;  // HTTP_ACCEPT_LANGUAGE or "en_US.UTF-8"
 };
 
+// The exported identity of the request being served, "" when it has none
+// (the web server sent no user, or no request is being served).
+const char* RequestUser();     // REMOTE_USER
+const char* RequestAddress();  // REMOTE_ADDR
+
 // Record the caller in ctx->connxns and set ctx->current_locale (only when
 // locale support is set up).
 void SetupRequestContext(ServiceContext* ctx, const RequestIdentity& caller);
