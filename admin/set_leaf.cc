@@ -1,6 +1,5 @@
 // SetLeaf: one write with administrative rights.
 
-#include "admin/admin_access.h"
 #include "admin/node_admin.h"
 #include "core/service_options.h"
 #include "core/write_path.h"
@@ -11,10 +10,5 @@ int setLeaf(ServiceContext* context, const std::string* optionsText,
             std::string& result) {
   ServiceOptions options;
   parseServiceOptions(context, optionsText, options);
-  // A missing path is the write path's error 8; there is nothing to check.
-  if (path != nullptr &&
-      !mayAdminister(context->cds, {*path}, kRefusedWriteLog)) {
-    return kWriteNotAuthorized;
-  }
   return writeValue(context, true, options, path, value, result);
 }

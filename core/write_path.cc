@@ -296,7 +296,7 @@ int writeValue(ServiceContext* context, bool adminFlag,
   toolkit::CCds& cds = context->cds;
   toolkit::CPath cpath;
   if (!normalizeWritePath(*path, cpath, result, options)) return 0;
-  if (!writeAuthorized(cds, cpath)) return kWriteNotAuthorized;
+  if (!writeAuthorized(cds, cpath, adminFlag)) return kWriteNotAuthorized;
   if (!writeLocaleValid(options, result)) return 0;
   toolkit::CElement element;
   if (checkWritable(cds, cpath, adminFlag, *value, element, result, options) !=

@@ -23,8 +23,12 @@ bool normalizeWritePath(const std::string& text, toolkit::CPath& path,
   return false;
 }
 
-bool writeAuthorized(toolkit::CCds& cds, const toolkit::CPath& path) {
-  if (path.is_write_authorized(cds)) return true;
+bool writeAuthorized(toolkit::CCds& cds, const toolkit::CPath& path,
+                     bool adminFlag) {
+  if (adminFlag ? path.is_admin_authorized(cds)
+                : path.is_write_authorized(cds)) {
+    return true;
+  }
   if (g_syslog) {
     g_syslog->notice(1, "Unauthorized attempt to write to %s",
                      path.getPath().c_str());

@@ -22,9 +22,12 @@ struct ServiceOptions;
 bool normalizeWritePath(const std::string& text, toolkit::CPath& path,
                         std::string& result, const ServiceOptions& options);
 
-// May the caller (REMOTE_USER) write `path`? A refusal is logged, since it
-// leaves no result text behind: the client only sees HTTP 401.
-bool writeAuthorized(toolkit::CCds& cds, const toolkit::CPath& path);
+// May the caller (REMOTE_USER) write `path`? Administrative writes relax
+// the writability rules and reach any attribute, so they need the right to
+// administer the store, not just to write there. A refusal is logged, since
+// it leaves no result text behind: the client only sees HTTP 401.
+bool writeAuthorized(toolkit::CCds& cds, const toolkit::CPath& path,
+                     bool adminFlag);
 
 // False, with error 7 in `result`, when the options named a locale this
 // device does not support.

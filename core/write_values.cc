@@ -52,7 +52,7 @@ bool checkEntries(toolkit::CCds& cds, bool adminFlag,
     if (!normalizeWritePath(paths[i], entry.path, entry.result, options)) {
       continue;
     }
-    if (!writeAuthorized(cds, entry.path)) return false;
+    if (!writeAuthorized(cds, entry.path, adminFlag)) return false;
     entry.store = checkWritable(cds, entry.path, adminFlag, entry.text,
                                 entry.element, entry.result, options) == 0;
   }

@@ -54,7 +54,7 @@ TEST_F(RefusalTest, OthersThanAdministratorsChangeNothing) {
   EXPECT_TRUE(LogHas("Unauthorized attempt to write to "
                      "/Devices/Dev1/Point/Units"));
   EXPECT_TRUE(LogHas("Unauthorized node creation attempted on "
-                     "/Devices/New/Value"));
+                     "/Devices/New"));
   EXPECT_TRUE(LogHas("Unauthorized node removal attempted on /Devices/Dev1"));
 }
 
