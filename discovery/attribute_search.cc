@@ -7,6 +7,7 @@
 #include "core/read_path.h"
 #include "core/service_options.h"
 #include "host/service_context.h"
+#include "platform/cds.h"
 #include "platform/path.h"
 #include "platform/syslog.h"
 
@@ -30,8 +31,8 @@ class AttributeSearch {
   // Test one node and record it when it matches.
   bool MatchNode(const std::string& path);
   // Test the children of `path` (and, when `recursive`, all descendants),
-  // depth first; returns the number of matches.
-  int MatchChildren(const std::string& path, bool recursive);
+  // depth first.
+  void MatchChildren(const std::string& path, bool recursive);
 
  private:
   // Is `text` an error result rather than a value?
@@ -60,9 +61,8 @@ bool AttributeSearch::PatternFoundIn(const std::string& text) {
     case PatternResult::kNotFound:
       return false;
     case PatternResult::kBadPattern:
-      // Kept only until the search ends (the operation then clears it):
-      // an invalid pattern simply finds nothing.
-      matches_.result = "? " + error;
+      // An invalid pattern simply finds nothing; the walk stops at once
+      // (MatchChildren), as no later node could match either.
       return false;
     case PatternResult::kFailed:
       if (g_syslog) {
@@ -75,28 +75,27 @@ bool AttributeSearch::PatternFoundIn(const std::string& text) {
 }
 
 bool AttributeSearch::MatchNode(const std::string& path) {
+  // Failed reads arrive as error results, which never match.
   std::string text;
-  if (readValueWithSuffix(context_, options_, path, query_.attribute, text) !=
-          0 ||
-      IsErrorResult(text) || !PatternFoundIn(text)) {
-    return false;
-  }
+  readValueWithSuffix(context_, options_, path, query_.attribute, text);
+  if (IsErrorResult(text) || !PatternFoundIn(text)) return false;
   matches_.nodes.push_back(path);
   matches_.data.push_back(std::move(text));
   return true;
 }
 
-int AttributeSearch::MatchChildren(const std::string& path, bool recursive) {
+void AttributeSearch::MatchChildren(const std::string& path, bool recursive) {
   std::vector<std::string> children;
   if (toolkit::CPath::getChildPaths(context_->cds, path, children) != 0) {
-    return 0;
+    return;
   }
-  int count = 0;
   for (const std::string& child : children) {
-    if (MatchNode(child)) ++count;
-    if (recursive) count += MatchChildren(child, true);
+    // Once the pattern can find nothing more, reading the rest of the tree
+    // would only change the time the answer takes.
+    if (!query_.pattern.empty() && pattern_.Exhausted()) return;
+    MatchNode(child);
+    if (recursive) MatchChildren(child, true);
   }
-  return count;
 }
 
 void ReportUnexpected(const char* what, AttributeMatches& matches) {
@@ -114,6 +113,9 @@ void FindAttributeMatches(ServiceContext* context,
                           AttributeMatches& matches,
                           const PatternSettings& settings) {
   try {
+    // One read snapshot for the whole walk: the tree is searched as it
+    // stood, and the store's locks are taken once, not per node.
+    toolkit::CCdsSnapshot snapshot(context->cds);
     AttributeSearch search(context, options, query, settings, matches);
     search.MatchNode(query.startingPath);
     search.MatchChildren(query.startingPath, query.recursive);

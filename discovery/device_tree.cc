@@ -68,6 +68,9 @@ std::vector<DeviceDescriptor> ListDeviceTree(toolkit::CCds& cds,
                                              bool recursive) {
   std::vector<DeviceDescriptor> tree;
   std::vector<std::string> devices;
+  // The list and every device's leaves from one state of the store, with
+  // its locks taken once.
+  toolkit::CCdsSnapshot snapshot(cds);
   if (toolkit::CCds_Utils(cds).GetDeviceList(devices) <= 0) return tree;
   for (const std::string& device : devices) {
     if (!InDeviceTree(device, startingPath, recursive)) continue;

@@ -7,6 +7,7 @@
 #include "core/read_path.h"
 #include "core/service_options.h"
 #include "host/service_context.h"
+#include "platform/cds.h"
 #include "platform/path.h"
 
 void DescribeLeaves(ServiceContext* context, const ServiceOptions& options,
@@ -31,6 +32,8 @@ void DescribeLeaves(ServiceContext* context, const ServiceOptions& options,
   std::vector<api_status_t> statuses;
   std::vector<toolkit::CElement> elements;
   std::vector<element_property_t> properties;
+  // The read and every leaf's rights test and rendering in one snapshot.
+  toolkit::CCdsSnapshot snapshot(context->cds);
   const int stored = context->cds.get_leaves(texts, statuses, elements,
                                              properties);
   if (stored != 0) {

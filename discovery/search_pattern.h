@@ -89,6 +89,9 @@ class SearchPattern {
   bool BudgetSpent() const { return spent_ >= settings_.budget; }
   // True once the search has reached its limit (nothing is matched).
   bool LimitReached() const { return spent_ >= settings_.limit; }
+  // True when no later text can be found any more: the pattern did not
+  // compile, or the limit is reached.
+  bool Exhausted() const { return compile_failed_ || LimitReached(); }
 
  private:
   struct Compiled;

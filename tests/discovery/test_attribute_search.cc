@@ -146,6 +146,27 @@ TEST_F(AttributeSearchTest, CatastrophicPatternEndsWithoutMatches) {
   EXPECT_EQ((Paths{"/Plant/A"}), Nodes("/Plant", true, "^abc$"));
 }
 
+TEST_F(AttributeSearchTest, SpentSearchStopsWalkingAndLogsOnce) {
+  // With no matching time at all, the first value tested ends the search:
+  // the rest of the tree is neither read nor logged about node by node.
+  PatternSettings spent;
+  spent.limit = std::chrono::steady_clock::duration::zero();
+  AttributeQuery query;
+  query.startingPath = "/Plant";
+  query.recursive = true;
+  query.attribute = "DisplayName";
+  query.pattern = "a";
+  AttributeMatches matches;
+  FindAttributeMatches(ctx_.get(), Options(""), query, matches, spent);
+  EXPECT_EQ("", matches.result);
+  EXPECT_TRUE(matches.nodes.empty());
+  const std::string log = Log();
+  const std::string line = std::string("matching = ") + kSearchTimeSpent;
+  const size_t first = log.find(line);
+  ASSERT_NE(std::string::npos, first);
+  EXPECT_EQ(std::string::npos, log.find(line, first + 1));
+}
+
 TEST_F(AttributeSearchTest, DeepTreeIsWalkedToTheBottom) {
   // As deep as the store's 1024-byte paths allow a node with a
   // DisplayName leaf: 506 levels of "/a".
