@@ -110,8 +110,13 @@ int readAttribute(toolkit::CCds& cds, const ServiceOptions& options,
   if (readRefused(cds, options, path, result)) return 1;
   if (storeResult == 0 && status == API_STATUS_OK &&
       element.get_type() != PCD_TYPE_NONE) {
-    renderValue(cds, options, path, element, result, enumerated);
     const std::string& sub = path.getSubAttribute();
+    // ".Time" and ".Source" describe the leaf, not its value: rendering
+    // (state names, translation) would only be thrown away.
+    if (sub.empty() ||
+        (!startsWith(sub, ".Time") && !startsWith(sub, ".Source"))) {
+      renderValue(cds, options, path, element, result, enumerated);
+    }
     if (sub.empty() ||
         subAttributeText(sub, element, property, enumerated, result)) {
       return 0;
