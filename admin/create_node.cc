@@ -5,15 +5,17 @@
 #include <vector>
 
 #include "admin/node_admin.h"
-#include "core/bnws_error.h"
-#include "core/service_options.h"
-#include "core/write_path.h"
-#include "host/service_context.h"
+#include "common/bnws_error.h"
+#include "common/log.h"
+#include "common/service_context.h"
+#include "common/service_options.h"
+#include "common/write_path.h"
+#include "contract/string_lists.h"
 #include "platform/cds.h"
 #include "platform/path.h"
-#include "platform/syslog.h"
+#include "soapH.h"
 
-using toolkit::g_syslog;
+namespace wsgated {
 
 namespace {
 
@@ -29,24 +31,25 @@ std::string nodePathOf(const std::string& basePath) {
 // Administering the store includes creating nodes in it. The leaves are
 // checked by the write itself, which refuses the whole call when one may
 // not be written.
-bool mayCreate(toolkit::CCds& cds, const std::string& nodePath) {
+bool mayCreate(ServiceContext* context, const std::string& nodePath) {
   toolkit::CPath node(nodePath);
   // A node path that does not parse is refused by the store itself.
-  if (node.normalize() != 0 || node.is_admin_authorized(cds)) return true;
-  if (g_syslog) {
-    g_syslog->notice(1, "Unauthorized node creation attempted on %s",
-                     nodePath.c_str());
+  if (node.normalize() != 0 || node.is_admin_authorized(context->cds, context->caller.user)) {
+    return true;
   }
+  logNotice(kLogErrors, "Unauthorized node creation attempted on %s",
+                   nodePath.c_str());
   return false;
 }
 
 // Make sure the node exists; an existing node is left as it is.
-bool ensureNode(toolkit::CCds& cds, const std::string& nodePath) {
+bool ensureNode(ServiceContext* context, const std::string& nodePath) {
+  toolkit::CCds& cds = context->cds;
   api_status_t status = API_STATUS_UNKNOWN;
   if (cds.test_node(nodePath, status) == 0 && status == API_STATUS_OK) {
     return true;
   }
-  const int rc = cds.add_node(nodePath, status, changeSourceText());
+  const int rc = cds.add_node(nodePath, status, changeSource(context->caller));
   return rc == 0 && status == API_STATUS_OK;
 }
 
@@ -85,9 +88,9 @@ int createNode(ServiceContext* context, const std::string* optionsText,
   std::vector<std::string> leafPaths;
   for (const std::string& entry : paths) leafPaths.push_back(*basePath + entry);
   // Refuse before the node is added: a refused call creates nothing.
-  if (!mayCreate(context->cds, nodePath)) return kWriteNotAuthorized;
-  if (!ensureNode(context->cds, nodePath)) {
-    if (g_syslog) g_syslog->info(1, "Failed to create node %s",
+  if (!mayCreate(context, nodePath)) return kWriteNotAuthorized;
+  if (!ensureNode(context, nodePath)) {
+    logInfo(kLogErrors, "Failed to create node %s",
                                  basePath->c_str());
     setBnwsError(kBnwsWriteFailed, "CreateNode()", result, &options);
     return 0;
@@ -99,4 +102,15 @@ int createNode(ServiceContext* context, const std::string* optionsText,
   const size_t index = answeringEntry(paths);
   result = index < results.size() ? results[index] : std::string();
   return 0;
+}
+
+}  // namespace wsgated
+
+int __nst1__CreateNode(struct soap* soap, struct _nst1__CreateNode* request,
+                       struct _nst1__CreateNodeResponse& response) {
+  return wsgated::createNode(wsgated::serviceContext(soap), request->options,
+                             request->basePath,
+                             wsgated::stringsFromList(request->paths),
+                             wsgated::stringsFromList(request->values),
+                             response.CreateNodeResult);
 }

@@ -1,9 +1,9 @@
 // Node administration: writing leaves with administrative rights, creating
 // and removing nodes, restarting the card.
 //
-// The SOAP operations of namespace nst1 (admin_operations.cc) are thin
-// wrappers around these functions, which take plain texts so that they can
-// be driven without the engine. Each parses its options first (absent
+// Each nst1 operation's file (create_node.cc, ...) ends in the engine's
+// entry point, a thin wrapper around the function below, which takes plain
+// texts so that it can be driven without the engine. Each parses its options first (absent
 // options are no options). Data-level failures are result texts ("? <code>
 // <name> : <detail>", core/bnws_error.h) and the functions return 0; a
 // caller who may not do what the call asks gets kWriteNotAuthorized (401,
@@ -21,6 +21,8 @@
 
 #include <string>
 #include <vector>
+
+namespace wsgated {
 
 struct ServiceContext;
 
@@ -63,5 +65,7 @@ int removeNode(ServiceContext* context, const std::string* optionsText,
 // program (admin/reboot.h). Returns only when the program could not be
 // started, with `result` "? System Reboot Failed: <system error text>".
 int resetCard(ServiceContext* context, std::string& result);
+
+}  // namespace wsgated
 
 #endif  // ADMIN_NODE_ADMIN_H_

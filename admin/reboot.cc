@@ -6,13 +6,15 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+namespace wsgated {
+
 const char* const kDefaultRebootCommand = "/sbin/reboot";
 const char* const kRebootCommandVariable = "WSGATED_REBOOT_CMD";
 
 namespace {
 
 // One process, one thread: a plain flag is enough.
-bool g_reboot_requested = false;
+bool g_rebootRequested = false;
 
 }  // namespace
 
@@ -21,9 +23,9 @@ std::string rebootCommand() {
   return chosen != nullptr && *chosen != '\0' ? chosen : kDefaultRebootCommand;
 }
 
-void setRebootRequested() { g_reboot_requested = true; }
+void setRebootRequested() { g_rebootRequested = true; }
 
-bool rebootRequested() { return g_reboot_requested; }
+bool rebootRequested() { return g_rebootRequested; }
 
 int execReboot() {
   const std::string command = rebootCommand();
@@ -35,3 +37,5 @@ int execReboot() {
   execv(command.c_str(), forced);
   return errno;
 }
+
+}  // namespace wsgated

@@ -12,6 +12,8 @@
 
 #include <string>
 
+namespace wsgated {
+
 extern const char* const kDefaultRebootCommand;   // "/sbin/reboot"
 extern const char* const kRebootCommandVariable;  // "WSGATED_REBOOT_CMD"
 
@@ -31,5 +33,7 @@ bool rebootRequested();
 // wait for the init system). Returns only when both fail, with the errno of
 // the last attempt.
 int execReboot();
+
+}  // namespace wsgated
 
 #endif  // ADMIN_REBOOT_H_

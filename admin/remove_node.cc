@@ -3,35 +3,34 @@
 #include <string>
 
 #include "admin/node_admin.h"
+#include "common/bnws_error.h"
+#include "common/log.h"
+#include "common/service_context.h"
+#include "common/service_options.h"
+#include "common/write_path.h"
 #include "contract/operation.h"
-#include "core/bnws_error.h"
-#include "core/service_options.h"
-#include "core/write_path.h"
-#include "host/service_context.h"
 #include "platform/cds.h"
 #include "platform/path.h"
-#include "platform/syslog.h"
+#include "soapH.h"
 
-using toolkit::g_syslog;
+namespace wsgated {
 
 int removeNode(ServiceContext* context, const std::string* optionsText,
                const std::string* basePath, std::string& result) {
   ServiceOptions options;
   parseServiceOptions(context, optionsText, options);
-  const std::string& given = OptionalText(basePath);
+  const std::string& given = optionalText(basePath);
   toolkit::CPath path(given);
-  const std::string source = changeSourceText();
+  const std::string source = changeSource(context->caller);
   if (path.normalize() != 0) {
-    if (g_syslog) g_syslog->info(1, "Error in supplied path %s", given.c_str());
+    logInfo(kLogErrors, "Error in supplied path %s", given.c_str());
     setBnwsError(kBnwsBadPathSyntax, "CDS Error in supplied path", result,
                  &options);
     return 0;
   }
-  if (!path.is_remove_authorized(context->cds)) {
-    if (g_syslog) {
-      g_syslog->notice(1, "Unauthorized node removal attempted on %s",
-                       given.c_str());
-    }
+  if (!path.is_remove_authorized(context->cds, context->caller.user)) {
+    logNotice(kLogErrors, "Unauthorized node removal attempted on %s",
+                     given.c_str());
     return kWriteNotAuthorized;
   }
   // "<node>:<attribute>" names one leaf; the store takes the path as given.
@@ -43,7 +42,15 @@ int removeNode(ServiceContext* context, const std::string* optionsText,
     result.clear();
     return 0;
   }
-  if (g_syslog) g_syslog->info(1, "Error removing node %s", given.c_str());
+  logInfo(kLogErrors, "Error removing node %s", given.c_str());
   setBnwsError(kBnwsNodeNotFound, "CDS Error removing node", result, &options);
   return 0;
+}
+
+}  // namespace wsgated
+
+int __nst1__RemoveNode(struct soap* soap, struct _nst1__RemoveNode* request,
+                       struct _nst1__RemoveNodeResponse& response) {
+  return wsgated::removeNode(wsgated::serviceContext(soap), request->options,
+                             request->basePath, response.RemoveNodeResult);
 }

@@ -1,19 +1,19 @@
 // Reset: restart the network card on an Administrator's request.
 
-#include <string.h>
+#include <cstring>
 
 #include <string>
 
 #include "admin/node_admin.h"
 #include "admin/reboot.h"
-#include "core/write_path.h"
-#include "host/request_context.h"
-#include "host/service_context.h"
+#include "common/log.h"
+#include "common/service_context.h"
+#include "common/write_path.h"
 #include "platform/cds.h"
 #include "platform/path.h"
-#include "platform/syslog.h"
+#include "soapH.h"
 
-using toolkit::g_syslog;
+namespace wsgated {
 
 namespace {
 
@@ -27,18 +27,28 @@ int resetCard(ServiceContext* context, std::string& result) {
   result.clear();
   toolkit::CPath root("/");
   root.normalize();
-  const char* user = RequestUser();
-  if (!root.is_reset_authorized(context->cds)) {
-    if (g_syslog) g_syslog->notice(1, "%s is Not authorized for Reset", user);
+  const RequestCaller& caller = context->caller;
+  if (!root.is_reset_authorized(context->cds, caller.user)) {
+    logNotice(kLogErrors, "%s is Not authorized for Reset",
+              caller.user.c_str());
     return kWriteNotAuthorized;
   }
   context->cds.syslog_add(
       kResetLogLevel, std::string("Network Card Reset requested via web "
                                   "services by ") +
-                          user + " at " + RequestAddress());
+                          caller.user + " at " + caller.address);
   setRebootRequested();
   const int error = execReboot();
   result = std::string("? System Reboot Failed: ") + strerror(error);
-  if (g_syslog) g_syslog->err(1, "%s", result.c_str());
+  logError(kLogErrors, "%s", result.c_str());
   return 0;
+}
+
+}  // namespace wsgated
+
+// The options are accepted and not consulted: a restart has none.
+int __nst1__Reset(struct soap* soap, struct _nst1__Reset*,
+                  struct _nst1__ResetResponse& response) {
+  return wsgated::resetCard(wsgated::serviceContext(soap),
+                            response.ResetResult);
 }

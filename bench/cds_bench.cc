@@ -33,13 +33,13 @@ constexpr int kDevices = 50;
 constexpr int kPointsPerDevice = 20;
 constexpr int kPoints = kDevices * kPointsPerDevice;
 
-std::string PointPath(int point) {
+std::string pointPath(int point) {
   return "/Devices/Meter" + std::to_string(point / kPointsPerDevice) +
          "/Point" + std::to_string(point % kPointsPerDevice);
 }
 
 // `status` by reference: it is read after the call has filled it.
-bool Check(int rc, const api_status_t& status, const char* what) {
+bool check(int rc, const api_status_t& status, const char* what) {
   if (rc == 0 && (status == API_STATUS_OK || status == API_STATUS_EXISTS)) {
     return true;
   }
@@ -48,10 +48,10 @@ bool Check(int rc, const api_status_t& status, const char* what) {
 }
 
 // One set_leaves per device, as a device handler writes its points.
-bool Populate(CCds& cds) {
+bool populate(CCds& cds) {
   api_status_t status;
   for (int point = 0; point < kPoints; ++point) {
-    if (!Check(cds.add_node(PointPath(point), status, "bench"), status,
+    if (!check(cds.add_node(pointPath(point), status, "bench"), status,
                "add_node")) {
       return false;
     }
@@ -60,7 +60,7 @@ bool Populate(CCds& cds) {
     std::vector<std::string> paths;
     std::vector<CElement> values;
     for (int i = 0; i < kPointsPerDevice; ++i) {
-      const std::string node = PointPath(device * kPointsPerDevice + i);
+      const std::string node = pointPath(device * kPointsPerDevice + i);
       paths.insert(paths.end(), {node + "/NodeType", node + "/ValueType",
                                  node + "/Units", node + "/Value"});
       values.insert(values.end(), {CElement("Point"), CElement("Real"),
@@ -73,15 +73,15 @@ bool Populate(CCds& cds) {
     }
   }
   const std::string user = "/Software/Security/Users/operator";
-  return Check(cds.add_node(user, status, "bench"), status, "add_node") &&
-         Check(cds.set_leaf(user + "/Value", CElement("Operator"), status,
+  return check(cds.add_node(user, status, "bench"), status, "add_node") &&
+         check(cds.set_leaf(user + "/Value", CElement("Operator"), status,
                             PCD_TRIBOOL_TRUE, "bench"),
                status, "set_leaf");
 }
 
 // Microseconds per call of `body(i)` over `calls` calls, after a warm-up.
 template <typename Body>
-double MicrosPerCall(int calls, Body&& body) {
+double microsPerCall(int calls, Body&& body) {
   for (int i = 0; i < calls / 10 + 1; ++i) body(i);
   const auto start = std::chrono::steady_clock::now();
   for (int i = 0; i < calls; ++i) body(i);
@@ -90,14 +90,14 @@ double MicrosPerCall(int calls, Body&& body) {
   return spent.count() / calls;
 }
 
-void PrintRow(const char* name, int leaves, int calls, double us_per_call) {
+void printRow(const char* name, int leaves, int calls, double us_per_call) {
   const double us_per_leaf = us_per_call / leaves;
   printf("%-26s %11d %10d %11.2f %9.3f %12.0f\n", name, leaves, calls,
          us_per_call, us_per_leaf, 1e6 / us_per_leaf);
 }
 
 // get_leaves of `leaves` distinct leaves per call; time per call.
-double BenchGetLeaves(CCds& cds, const std::vector<std::string>& values,
+double benchGetLeaves(CCds& cds, const std::vector<std::string>& values,
                       int leaves, int calls, bool* ok) {
   // The request's path list is the caller's, built before the clock runs.
   std::vector<std::vector<std::string>> batches(values.size() / leaves);
@@ -105,7 +105,7 @@ double BenchGetLeaves(CCds& cds, const std::vector<std::string>& values,
     batches[b].assign(values.begin() + b * leaves,
                       values.begin() + (b + 1) * leaves);
   }
-  const double us = MicrosPerCall(calls, [&](int i) {
+  const double us = microsPerCall(calls, [&](int i) {
     std::vector<api_status_t> statuses;
     std::vector<CElement> elements;
     std::vector<element_property_t> properties;
@@ -115,13 +115,13 @@ double BenchGetLeaves(CCds& cds, const std::vector<std::string>& values,
       *ok = false;
     }
   });
-  PrintRow("get_leaves", leaves, calls, us);
+  printRow("get_leaves", leaves, calls, us);
   return us;
 }
 
-double BenchGetLeaf(CCds& cds, const std::vector<std::string>& values,
+double benchGetLeaf(CCds& cds, const std::vector<std::string>& values,
                     int calls, bool* ok) {
-  const double us = MicrosPerCall(calls, [&](int i) {
+  const double us = microsPerCall(calls, [&](int i) {
     api_status_t status;
     CElement element;
     element_property_t property;
@@ -131,14 +131,14 @@ double BenchGetLeaf(CCds& cds, const std::vector<std::string>& values,
       *ok = false;
     }
   });
-  PrintRow("get_leaf", 1, calls, us);
+  printRow("get_leaf", 1, calls, us);
   return us;
 }
 
-void BenchSetLeaves(CCds& cds, const std::vector<std::string>& values,
+void benchSetLeaves(CCds& cds, const std::vector<std::string>& values,
                     int calls, bool* ok) {
   constexpr int kLeaves = 100;
-  const double us = MicrosPerCall(calls, [&](int i) {
+  const double us = microsPerCall(calls, [&](int i) {
     std::vector<std::string> paths;
     std::vector<CElement> elements;
     for (int k = 0; k < kLeaves; ++k) {
@@ -151,25 +151,23 @@ void BenchSetLeaves(CCds& cds, const std::vector<std::string>& values,
       *ok = false;
     }
   });
-  PrintRow("set_leaves", kLeaves, calls, us);
+  printRow("set_leaves", kLeaves, calls, us);
 }
 
-void BenchAuthorize(CCds& cds, const std::vector<std::string>& values,
+void benchAuthorize(CCds& cds, const std::vector<std::string>& values,
                     int calls, bool* ok) {
-  setenv("REMOTE_USER", "operator", 1);
   std::vector<toolkit::CPath> paths;
   for (size_t i = 0; i < 100; ++i) {
     paths.emplace_back(values[i]);
     paths.back().normalize();
   }
-  const double us = MicrosPerCall(calls, [&](int i) {
-    if (!paths[i % paths.size()].is_read_authorized(cds)) *ok = false;
+  const double us = microsPerCall(calls, [&](int i) {
+    if (!paths[i % paths.size()].is_read_authorized(cds, "operator")) *ok = false;
   });
-  PrintRow("is_read_authorized", 1, calls, us);
-  unsetenv("REMOTE_USER");
+  printRow("is_read_authorized", 1, calls, us);
 }
 
-void PrintAims(double lone_us, double batch_us) {
+void printAims(double lone_us, double batch_us) {
   const double batch_ms = batch_us / 1000.0;
   const double ratio = lone_us / (batch_us / 1000.0);
   printf("\naims:\n");
@@ -180,31 +178,31 @@ void PrintAims(double lone_us, double batch_us) {
          ratio, ratio >= 10.0 ? "met" : "MISSED");
 }
 
-int Run(const std::string& path, int scale) {
+int run(const std::string& path, int scale) {
   CCds cds(pcd_open(path.c_str()));
   if (!cds.is_open()) {
     fprintf(stderr, "cds_bench: cannot open %s\n", path.c_str());
     return 1;
   }
-  if (!Populate(cds)) return 1;
+  if (!populate(cds)) return 1;
   std::vector<std::string> values;
   for (int point = 0; point < kPoints; ++point) {
-    values.push_back(PointPath(point) + "/Value");
+    values.push_back(pointPath(point) + "/Value");
   }
   printf("cds_bench: %d points, %d leaves, store %s\n\n", kPoints,
          kPoints * 4, path.c_str());
   printf("%-26s %11s %10s %11s %9s %12s\n", "operation", "leaves/call",
          "calls", "us/call", "us/leaf", "leaves/s");
   bool ok = true;
-  const double lone = BenchGetLeaf(cds, values, 20000 * scale, &ok);
+  const double lone = benchGetLeaf(cds, values, 20000 * scale, &ok);
   double batch = 0;
   for (int leaves : {1, 10, 100, 1000}) {
     const int calls = std::max(50, 20000 / leaves) * scale;
-    batch = BenchGetLeaves(cds, values, leaves, calls, &ok);
+    batch = benchGetLeaves(cds, values, leaves, calls, &ok);
   }
-  BenchSetLeaves(cds, values, 200 * scale, &ok);
-  BenchAuthorize(cds, values, 100000 * scale, &ok);
-  PrintAims(lone, batch);
+  benchSetLeaves(cds, values, 200 * scale, &ok);
+  benchAuthorize(cds, values, 100000 * scale, &ok);
+  printAims(lone, batch);
   if (!ok) fprintf(stderr, "cds_bench: some calls failed\n");
   return ok ? 0 : 1;
 }
@@ -221,7 +219,7 @@ int main(int argc, char** argv) {
   const std::string path = std::string(folder) + "/cds.db";
   int rc = 1;
   if (cds_create(path, false) == 0) {
-    rc = Run(path, scale);
+    rc = run(path, scale);
   } else {
     fprintf(stderr, "cds_bench: cannot create %s\n", path.c_str());
   }

@@ -28,15 +28,15 @@
 #include <string>
 #include <vector>
 
-#include "core/service_options.h"
+#include "common/service_context.h"
+#include "common/service_options.h"
 #include "discovery/attribute_search.h"
 #include "discovery/device_tree.h"
 #include "discovery/search_pattern.h"
-#include "host/service_context.h"
 #include "platform/cds.h"
 #include "platform/seed.h"
 
-namespace {
+namespace wsgated {
 
 constexpr int kDevices = 100;
 constexpr int kPointsPerDevice = 99;
@@ -47,7 +47,7 @@ constexpr size_t kRunawayLength = 20000;
 const char kAdministrator[] =
     "[/Software/Security/Users/admin]\nValue = Administrator\n";
 
-std::string SearchTreeSeed() {
+std::string searchTreeSeed() {
   std::string seed = kAdministrator;
   seed += "[/Plant]\nDisplayName = Plant\n";
   for (int d = 0; d < kDevices; ++d) {
@@ -63,7 +63,7 @@ std::string SearchTreeSeed() {
   return seed;
 }
 
-std::string DeviceTreeSeed() {
+std::string deviceTreeSeed() {
   std::string seed = kAdministrator;
   for (int d = 0; d < kTreeDevices; ++d) {
     const std::string device = "/Devices/Device" + std::to_string(d);
@@ -74,7 +74,7 @@ std::string DeviceTreeSeed() {
   return seed;
 }
 
-std::string RunawaySeed() {
+std::string runawaySeed() {
   std::string seed = kAdministrator;
   const std::string value(kRunawayLength, 'a');
   for (int n = 0; n < kRunawayNodes; ++n) {
@@ -85,11 +85,12 @@ std::string RunawaySeed() {
 }
 
 // A fresh store at `path` loaded with `seed`, and a context over it.
-std::unique_ptr<ServiceContext> OpenStore(const std::string& path,
+std::unique_ptr<ServiceContext> openStore(const std::string& path,
                                           const std::string& seed) {
   if (cds_create(path, true) != 0) return nullptr;
   setenv("TOOLKIT_CDS_PATH", path.c_str(), 1);
   auto context = std::make_unique<ServiceContext>();
+  context->caller.user = "admin";
   std::string error;
   if (!context->cds.is_open() ||
       toolkit::cds_load_seed(context->cds, seed, error) != 0) {
@@ -101,7 +102,7 @@ std::unique_ptr<ServiceContext> OpenStore(const std::string& path,
 }
 
 // Median seconds of `runs` calls of `work`, after one warm-up call.
-double MedianSeconds(int runs, const std::function<void()>& work) {
+double medianSeconds(int runs, const std::function<void()>& work) {
   work();
   std::vector<double> seconds;
   for (int i = 0; i < runs; ++i) {
@@ -115,12 +116,12 @@ double MedianSeconds(int runs, const std::function<void()>& work) {
   return seconds[seconds.size() / 2];
 }
 
-void PrintRow(const char* name, size_t items, size_t found, double seconds) {
+void printRow(const char* name, size_t items, size_t found, double seconds) {
   printf("%-34s %8zu %8zu %10.1f %12.0f\n", name, items, found,
          seconds * 1e3, static_cast<double>(items) / seconds);
 }
 
-AttributeMatches Search(ServiceContext* context, const char* attribute,
+AttributeMatches search(ServiceContext* context, const char* attribute,
                         const char* pattern, PatternCompilation compilation) {
   ServiceOptions options;
   parseServiceOptions(context, nullptr, options);
@@ -132,12 +133,12 @@ AttributeMatches Search(ServiceContext* context, const char* attribute,
   PatternSettings settings;
   settings.compilation = compilation;
   AttributeMatches matches;
-  FindAttributeMatches(context, options, query, matches, settings);
+  findAttributeMatches(context, options, query, matches, settings);
   return matches;
 }
 
 // Matches of `pattern` in `texts`, compiled as `compilation` says.
-size_t CountMatches(const std::vector<std::string>& texts,
+size_t countMatches(const std::vector<std::string>& texts,
                     const char* pattern, PatternCompilation compilation) {
   PatternSettings settings;
   settings.compilation = compilation;
@@ -145,39 +146,39 @@ size_t CountMatches(const std::vector<std::string>& texts,
   size_t found = 0;
   std::string error;
   for (const std::string& text : texts) {
-    if (search.Search(text, error) == PatternResult::kFound) ++found;
+    if (search.search(text, error) == PatternResult::kFound) ++found;
   }
   return found;
 }
 
 // Times one pattern in both compilation modes, through the store and over
 // `texts` alone; false when the modes disagree.
-bool ComparePattern(ServiceContext* context, int runs, size_t nodes,
+bool comparePattern(ServiceContext* context, int runs, size_t nodes,
                     const std::vector<std::string>& texts, const char* label,
                     const char* pattern) {
   AttributeMatches once, each;
-  const double once_s = MedianSeconds(runs, [&] {
-    once = Search(context, "DisplayName", pattern,
+  const double once_s = medianSeconds(runs, [&] {
+    once = search(context, "DisplayName", pattern,
                   PatternCompilation::kOncePerSearch);
   });
-  const double each_s = MedianSeconds(runs, [&] {
-    each = Search(context, "DisplayName", pattern,
+  const double each_s = medianSeconds(runs, [&] {
+    each = search(context, "DisplayName", pattern,
                   PatternCompilation::kPerText);
   });
   size_t once_found = 0, each_found = 0;
-  const double once_alone = MedianSeconds(runs, [&] {
-    once_found = CountMatches(texts, pattern,
+  const double once_alone = medianSeconds(runs, [&] {
+    once_found = countMatches(texts, pattern,
                               PatternCompilation::kOncePerSearch);
   });
-  const double each_alone = MedianSeconds(runs, [&] {
-    each_found = CountMatches(texts, pattern, PatternCompilation::kPerText);
+  const double each_alone = medianSeconds(runs, [&] {
+    each_found = countMatches(texts, pattern, PatternCompilation::kPerText);
   });
   const std::string name(label);
-  PrintRow((name + ", once per search").c_str(), nodes, once.nodes.size(),
+  printRow((name + ", once per search").c_str(), nodes, once.nodes.size(),
            once_s);
-  PrintRow((name + ", per node").c_str(), nodes, each.nodes.size(), each_s);
-  PrintRow("  pattern alone, once", texts.size(), once_found, once_alone);
-  PrintRow("  pattern alone, per text", texts.size(), each_found,
+  printRow((name + ", per node").c_str(), nodes, each.nodes.size(), each_s);
+  printRow("  pattern alone, once", texts.size(), once_found, once_alone);
+  printRow("  pattern alone, per text", texts.size(), each_found,
            each_alone);
   const bool same = once.nodes == each.nodes && once.data == each.data &&
                     once.result == each.result && once_found == each_found;
@@ -188,70 +189,70 @@ bool ComparePattern(ServiceContext* context, int runs, size_t nodes,
 }
 
 // The search cases over the 10,000-node tree; false on failure.
-bool RunSearchCases(const std::string& folder, int runs) {
+bool runSearchCases(const std::string& folder, int runs) {
   std::unique_ptr<ServiceContext> store =
-      OpenStore(folder + "/search.db", SearchTreeSeed());
+      openStore(folder + "/search.db", searchTreeSeed());
   if (!store) return false;
   ServiceContext* context = store.get();
   // Every node has a Name: an empty pattern over it counts the nodes.
   const size_t nodes =
-      Search(context, "Name", "", PatternCompilation::kOncePerSearch)
+      search(context, "Name", "", PatternCompilation::kOncePerSearch)
           .nodes.size();
   printf("%-34s %8s %8s %10s %12s\n", "findAttributeMatches from /",
          "nodes", "matches", "ms", "nodes/s");
   AttributeMatches all;
-  const double reads = MedianSeconds(runs, [&] {
-    all = Search(context, "DisplayName", "",
+  const double reads = medianSeconds(runs, [&] {
+    all = search(context, "DisplayName", "",
                  PatternCompilation::kOncePerSearch);
   });
-  PrintRow("empty pattern (reads only)", nodes, all.nodes.size(), reads);
+  printRow("empty pattern (reads only)", nodes, all.nodes.size(), reads);
   const std::vector<std::string>& texts = all.data;
-  return ComparePattern(context, runs, nodes, texts, "^Point 4\\d of",
+  return comparePattern(context, runs, nodes, texts, "^Point 4\\d of",
                         "^Point 4\\d of") &&
-         ComparePattern(context, runs, nodes, texts, "device (1|2)\\d$",
+         comparePattern(context, runs, nodes, texts, "device (1|2)\\d$",
                         "device (1|2)\\d$") &&
-         ComparePattern(context, runs, nodes, texts, "invalid \"(\"", "(");
+         comparePattern(context, runs, nodes, texts, "invalid \"(\"", "(");
 }
 
 // The catastrophic pattern over long values; false on failure.
-bool RunRunawayCase(const std::string& folder) {
+bool runRunawayCase(const std::string& folder) {
   std::unique_ptr<ServiceContext> store =
-      OpenStore(folder + "/runaway.db", RunawaySeed());
+      openStore(folder + "/runaway.db", runawaySeed());
   if (!store) return false;
   AttributeMatches matches;
-  const double seconds = MedianSeconds(1, [&] {
-    matches = Search(store.get(), "DisplayName", "(a+)+$",
+  const double seconds = medianSeconds(1, [&] {
+    matches = search(store.get(), "DisplayName", "(a+)+$",
                      PatternCompilation::kOncePerSearch);
   });
-  PrintRow("(a+)+$ over 100 values of 20000", kRunawayNodes,
+  printRow("(a+)+$ over 100 values of 20000", kRunawayNodes,
            matches.nodes.size(), seconds);
   return matches.nodes.empty() && matches.result.empty();
 }
 
 // The device tree over 1,000 devices; false on failure.
-bool RunDeviceTreeCase(const std::string& folder, int runs) {
+bool runDeviceTreeCase(const std::string& folder, int runs) {
   std::unique_ptr<ServiceContext> store =
-      OpenStore(folder + "/tree.db", DeviceTreeSeed());
+      openStore(folder + "/tree.db", deviceTreeSeed());
   if (!store) return false;
   size_t listed = 0;
-  const double seconds = MedianSeconds(runs, [&] {
-    listed = ListDeviceTree(store->cds, "", true).size();
+  const double seconds = medianSeconds(runs, [&] {
+    listed = listDeviceTree(store->cds, "", true).size();
   });
   printf("\n%-34s %8s %8s %10s %12s\n", "getDeviceTree from \"\"",
          "devices", "listed", "ms", "devices/s");
-  PrintRow("1000 devices, recursive", kTreeDevices, listed, seconds);
+  printRow("1000 devices, recursive", kTreeDevices, listed, seconds);
   return listed == kTreeDevices;
 }
 
-}  // namespace
+}  // namespace wsgated
 
 int main(int argc, char** argv) {
   const int runs = 3 * std::max(1, argc > 1 ? atoi(argv[1]) : 1);
   char folder[] = "/tmp/discovery_bench.XXXXXX";
   if (mkdtemp(folder) == nullptr) return 1;
-  setenv("REMOTE_USER", "admin", 1);
-  const bool ok = RunSearchCases(folder, runs) && RunRunawayCase(folder) &&
-                  RunDeviceTreeCase(folder, runs);
+  const bool ok = wsgated::runSearchCases(folder, runs) &&
+                  wsgated::runRunawayCase(folder) &&
+                  wsgated::runDeviceTreeCase(folder, runs);
   std::error_code ignored;
   std::filesystem::remove_all(folder, ignored);
   return ok ? 0 : 1;

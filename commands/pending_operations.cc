@@ -1,4 +1,4 @@
-// pending_operations.cc - Device command operations not provided yet.
+// Operations of this folder that are not served yet.
 //
 // Each answers a SOAP server fault naming itself, so a client can tell a
 // missing operation from a failed one.  An operation moves out of this
@@ -9,10 +9,10 @@
 
 int __nsk7__sendDeviceCmd(struct soap* soap, struct _nsk7__sendDeviceCmd*,
     struct _nsk7__sendDeviceCmdResponse&) {
-  return operation_not_available(soap, "sendDeviceCmd");
+  return wsgated::operationNotAvailable(soap, "sendDeviceCmd");
 }
 
 int __nsk7__getDeviceCmdResult(struct soap* soap, struct _nsk7__getDeviceCmdResult*,
     struct _nsk7__getDeviceCmdResultResponse&) {
-  return operation_not_available(soap, "getDeviceCmdResult");
+  return wsgated::operationNotAvailable(soap, "getDeviceCmdResult");
 }

@@ -1,4 +1,4 @@
-// operation.cc - helpers shared by the SOAP operations.
+// Helpers shared by the SOAP operations.
 
 #include "contract/operation.h"
 
@@ -6,9 +6,13 @@
 
 #include "soapH.h"
 
-int operation_not_available(struct soap* soap, const char* operation) {
+namespace wsgated {
+
+int operationNotAvailable(struct soap* soap, const char* operation) {
   std::string reason = std::string(operation) + ": operation not available yet";
   // The engine keeps only the pointer; the text must live in its own memory
   // until the fault has been sent, which is after we return.
   return soap_receiver_fault(soap, soap_strdup(soap, reason.c_str()), nullptr);
 }
+
+}  // namespace wsgated

@@ -1,21 +1,23 @@
-// operation.h - helpers shared by the SOAP operations of every subsystem.
+// Helpers shared by the SOAP operations of every subsystem.
 //
 // An operation is the plain function that soapcpp2 declares for it in
 // soapStub.h (for example __nsc1__getValue); it returns SOAP_OK or an
 // engine error code, and a non-zero code makes the dispatcher answer with
 // a SOAP fault instead of the response.
 
-#ifndef WSGATED_CONTRACT_OPERATION_H_
-#define WSGATED_CONTRACT_OPERATION_H_
+#ifndef CONTRACT_OPERATION_H_
+#define CONTRACT_OPERATION_H_
 
 #include <string>
 
 struct soap;
 
+namespace wsgated {
+
 // An optional text field of a request: the engine leaves an element the
 // client did not send as a null pointer. Operations that treat a missing
 // text exactly like an empty one read it through this.
-inline const std::string& OptionalText(const std::string* text) {
+inline const std::string& optionalText(const std::string* text) {
   static const std::string kEmpty;
   return text != nullptr ? *text : kEmpty;
 }
@@ -25,7 +27,9 @@ inline const std::string& OptionalText(const std::string* text) {
 // reason reads "<operation>: operation not available yet", and returns the
 // engine error that the operation must return so the fault is sent.
 //
-//   return operation_not_available(soap, "getValue");
-int operation_not_available(struct soap* soap, const char* operation);
+//   return operationNotAvailable(soap, "getValue");
+int operationNotAvailable(struct soap* soap, const char* operation);
 
-#endif  // WSGATED_CONTRACT_OPERATION_H_
+}  // namespace wsgated
+
+#endif  // CONTRACT_OPERATION_H_

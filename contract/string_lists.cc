@@ -6,7 +6,9 @@
 
 #include "soapH.h"
 
-std::vector<std::string> StringsFromSoap(int size, const std::string* items) {
+namespace wsgated {
+
+std::vector<std::string> stringsFromSoap(int size, const std::string* items) {
   if (items == nullptr || size < 1) return {};
   return std::vector<std::string>(items, items + size);
 }
@@ -14,7 +16,7 @@ std::vector<std::string> StringsFromSoap(int size, const std::string* items) {
 namespace {
 
 // Engine-owned strings for `count` items; null when allocation failed.
-std::string* NewSoapStrings(struct soap* soap, size_t count, int& size,
+std::string* newSoapStrings(struct soap* soap, size_t count, int& size,
                             std::string*& items) {
   size = 0;
   items = nullptr;
@@ -29,18 +31,20 @@ std::string* NewSoapStrings(struct soap* soap, size_t count, int& size,
 
 }  // namespace
 
-bool StringsToSoap(struct soap* soap, const std::vector<std::string>& texts,
+bool stringsToSoap(struct soap* soap, const std::vector<std::string>& texts,
                    int& size, std::string*& items) {
-  std::string* copy = NewSoapStrings(soap, texts.size(), size, items);
+  std::string* copy = newSoapStrings(soap, texts.size(), size, items);
   if (copy == nullptr) return texts.empty();
   for (size_t i = 0; i < texts.size(); ++i) copy[i] = texts[i];
   return true;
 }
 
-bool StringsToSoap(struct soap* soap, std::vector<std::string>&& texts,
+bool stringsToSoap(struct soap* soap, std::vector<std::string>&& texts,
                    int& size, std::string*& items) {
-  std::string* copy = NewSoapStrings(soap, texts.size(), size, items);
+  std::string* copy = newSoapStrings(soap, texts.size(), size, items);
   if (copy == nullptr) return texts.empty();
   for (size_t i = 0; i < texts.size(); ++i) copy[i] = std::move(texts[i]);
   return true;
 }
+
+}  // namespace wsgated

@@ -2,11 +2,13 @@
 
 #include "core/arrays.h"
 
-#include "core/bnws_error.h"
-#include "core/read_path.h"
-#include "core/service_options.h"
+#include "common/bnws_error.h"
+#include "common/read_path.h"
+#include "common/service_options.h"
 #include "platform/element.h"
 #include "platform/path.h"
+
+namespace wsgated {
 
 const char* const kArrayAttributes =
     "Attributes;Children;PossibleValues;WritableValues;.NotifyActions;"
@@ -99,3 +101,15 @@ void selectArrayRange(std::vector<std::string>& items, uint32_t index,
   }
   if (last < n - 1) items.resize(last + 1 - dropped);
 }
+
+std::vector<std::string> readRequestedArray(ServiceContext* context,
+                                            const std::string* optionsText,
+                                            const std::string* path,
+                                            ServiceOptions& options) {
+  parseServiceOptions(context, optionsText, options);
+  std::vector<std::string> items;
+  readArray(context, options, path, items);
+  return items;
+}
+
+}  // namespace wsgated

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+namespace wsgated {
+
 struct ServiceContext;
 struct ServiceOptions;
 
@@ -24,6 +26,13 @@ bool isArrayAttribute(const std::string& attribute);
 int readArray(ServiceContext* context, const ServiceOptions& options,
               const std::string* path, std::vector<std::string>& items);
 
+// What the three array operations begin with: parse `optionsText` into
+// `options`, then readArray.
+std::vector<std::string> readRequestedArray(ServiceContext* context,
+                                            const std::string* optionsText,
+                                            const std::string* path,
+                                            ServiceOptions& options);
+
 // getArraySize's answer for what readArray gave.
 std::string arraySizeResult(const std::vector<std::string>& items,
                             const ServiceOptions& options);
@@ -32,5 +41,7 @@ std::string arraySizeResult(const std::vector<std::string>& items,
 // device's unsigned 32-bit arithmetic (see arrays.cc for its quirks).
 void selectArrayRange(std::vector<std::string>& items, uint32_t index,
                       uint32_t count, const ServiceOptions& options);
+
+}  // namespace wsgated
 
 #endif  // CORE_ARRAYS_H_

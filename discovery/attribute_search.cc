@@ -1,21 +1,21 @@
-// The attribute search: MatchNode and MatchChildren over the store's tree.
+// The attribute search: matchNode and matchChildren over the store's tree.
 
 #include "discovery/attribute_search.h"
 
 #include <exception>
 
-#include "core/read_path.h"
-#include "core/service_options.h"
-#include "host/service_context.h"
+#include "common/log.h"
+#include "common/read_path.h"
+#include "common/service_context.h"
+#include "common/service_options.h"
 #include "platform/cds.h"
 #include "platform/path.h"
-#include "platform/syslog.h"
 
-using toolkit::g_syslog;
+namespace wsgated {
 
 namespace {
 
-bool StartsWith(const std::string& text, const std::string& prefix) {
+bool startsWith(const std::string& text, const std::string& prefix) {
   return text.compare(0, prefix.size(), prefix) == 0;
 }
 
@@ -29,15 +29,15 @@ class AttributeSearch {
         pattern_(query.pattern, settings), matches_(matches) {}
 
   // Test one node and record it when it matches.
-  bool MatchNode(const std::string& path);
+  bool matchNode(const std::string& path);
   // Test the children of `path` (and, when `recursive`, all descendants),
   // depth first.
-  void MatchChildren(const std::string& path, bool recursive);
+  void matchChildren(const std::string& path, bool recursive);
 
  private:
   // Is `text` an error result rather than a value?
-  bool IsErrorResult(const std::string& text) const;
-  bool PatternFoundIn(const std::string& text);
+  bool isErrorResult(const std::string& text) const;
+  bool patternFoundIn(const std::string& text);
 
   ServiceContext* const context_;
   const ServiceOptions& options_;
@@ -46,45 +46,43 @@ class AttributeSearch {
   AttributeMatches& matches_;
 };
 
-bool AttributeSearch::IsErrorResult(const std::string& text) const {
-  return StartsWith(text, "?") ||
+bool AttributeSearch::isErrorResult(const std::string& text) const {
+  return startsWith(text, "?") ||
          (!options_.errorPrefix.empty() &&
-          StartsWith(text, options_.errorPrefix));
+          startsWith(text, options_.errorPrefix));
 }
 
-bool AttributeSearch::PatternFoundIn(const std::string& text) {
+bool AttributeSearch::patternFoundIn(const std::string& text) {
   if (query_.pattern.empty()) return true;
   std::string error;
-  switch (pattern_.Search(text, error)) {
+  switch (pattern_.search(text, error)) {
     case PatternResult::kFound:
       return true;
     case PatternResult::kNotFound:
       return false;
     case PatternResult::kBadPattern:
       // An invalid pattern simply finds nothing; the walk stops at once
-      // (MatchChildren), as no later node could match either.
+      // (matchChildren), as no later node could match either.
       return false;
     case PatternResult::kFailed:
-      if (g_syslog) {
-        g_syslog->err(1, "Exception in regular expression matching = %s",
-                      error.c_str());
-      }
+      logError(kLogErrors, "Exception in regular expression matching = %s",
+                    error.c_str());
       return false;
   }
   return false;
 }
 
-bool AttributeSearch::MatchNode(const std::string& path) {
+bool AttributeSearch::matchNode(const std::string& path) {
   // Failed reads arrive as error results, which never match.
   std::string text;
   readValueWithSuffix(context_, options_, path, query_.attribute, text);
-  if (IsErrorResult(text) || !PatternFoundIn(text)) return false;
+  if (isErrorResult(text) || !patternFoundIn(text)) return false;
   matches_.nodes.push_back(path);
   matches_.data.push_back(std::move(text));
   return true;
 }
 
-void AttributeSearch::MatchChildren(const std::string& path, bool recursive) {
+void AttributeSearch::matchChildren(const std::string& path, bool recursive) {
   std::vector<std::string> children;
   if (toolkit::CPath::getChildPaths(context_->cds, path, children) != 0) {
     return;
@@ -92,22 +90,20 @@ void AttributeSearch::MatchChildren(const std::string& path, bool recursive) {
   for (const std::string& child : children) {
     // Once the pattern can find nothing more, reading the rest of the tree
     // would only change the time the answer takes.
-    if (!query_.pattern.empty() && pattern_.Exhausted()) return;
-    MatchNode(child);
-    if (recursive) MatchChildren(child, true);
+    if (!query_.pattern.empty() && pattern_.exhausted()) return;
+    matchNode(child);
+    if (recursive) matchChildren(child, true);
   }
 }
 
-void ReportUnexpected(const char* what, AttributeMatches& matches) {
-  if (g_syslog) {
-    g_syslog->err(1, "findAttributeMatches: Unexpected Exception %s", what);
-  }
+void reportUnexpected(const char* what, AttributeMatches& matches) {
+  logError(kLogErrors, "findAttributeMatches: Unexpected Exception %s", what);
   matches.result = std::string("? ") + what;
 }
 
 }  // namespace
 
-void FindAttributeMatches(ServiceContext* context,
+void findAttributeMatches(ServiceContext* context,
                           const ServiceOptions& options,
                           const AttributeQuery& query,
                           AttributeMatches& matches,
@@ -117,12 +113,14 @@ void FindAttributeMatches(ServiceContext* context,
     // stood, and the store's locks are taken once, not per node.
     toolkit::CCdsSnapshot snapshot(context->cds);
     AttributeSearch search(context, options, query, settings, matches);
-    search.MatchNode(query.startingPath);
-    search.MatchChildren(query.startingPath, query.recursive);
+    search.matchNode(query.startingPath);
+    search.matchChildren(query.startingPath, query.recursive);
     matches.result.clear();
   } catch (const std::exception& e) {
-    ReportUnexpected(e.what(), matches);
+    reportUnexpected(e.what(), matches);
   } catch (...) {
-    ReportUnexpected("of unknown type", matches);
+    reportUnexpected("of unknown type", matches);
   }
 }
+
+}  // namespace wsgated

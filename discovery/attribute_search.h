@@ -1,8 +1,8 @@
 // The attribute search: nodes whose value of one attribute matches a
 // regular expression, from a starting node down through its descendants.
 //
-// The walk is depth first and tests the starting node too: MatchNode on the
-// start, then MatchChildren, which tests each child before its own
+// The walk is depth first and tests the starting node too: matchNode on the
+// start, then matchChildren, which tests each child before its own
 // descendants (only when the search is recursive) and before its next
 // sibling. A node matches when its attribute can be read without an error
 // result and the pattern (search_pattern.h) occurs in the text; an empty
@@ -23,6 +23,8 @@
 
 #include "discovery/search_pattern.h"
 
+namespace wsgated {
+
 struct ServiceContext;
 struct ServiceOptions;
 
@@ -41,14 +43,16 @@ struct AttributeMatches {
   std::vector<std::string> data;   // data[i]: the attribute text of nodes[i]
 };
 
-// Run the search under the caller's parsed `options` (read rights, locale,
+// run the search under the caller's parsed `options` (read rights, locale,
 // errorPrefix) and fill `matches`. Never throws: an exception that escapes
 // the walk is logged ("findAttributeMatches: Unexpected Exception %s"),
 // reported in `result`, and the matches found so far are kept.
-void FindAttributeMatches(ServiceContext* context,
+void findAttributeMatches(ServiceContext* context,
                           const ServiceOptions& options,
                           const AttributeQuery& query,
                           AttributeMatches& matches,
                           const PatternSettings& settings = PatternSettings());
+
+}  // namespace wsgated
 
 #endif  // DISCOVERY_ATTRIBUTE_SEARCH_H_

@@ -2,25 +2,29 @@
 
 #include "discovery/device_clock.h"
 
+namespace wsgated {
+
 namespace {
 
-bool HasText(const char* text) { return text != nullptr && *text != '\0'; }
+bool hasText(const char* text) { return text != nullptr && *text != '\0'; }
 
 }  // namespace
 
-std::string TimeZoneName(const char* standardName, const char* daylightName,
+std::string timeZoneName(const char* standardName, const char* daylightName,
                          bool daylightSaving) {
-  if (!HasText(standardName)) return "";
-  if (daylightSaving && HasText(daylightName)) return daylightName;
+  if (!hasText(standardName)) return "";
+  if (daylightSaving && hasText(daylightName)) return daylightName;
   return standardName;
 }
 
-DeviceClock ReadDeviceClock() {
+DeviceClock readDeviceClock() {
   DeviceClock clock;
   clock.utcTime = qrx_UTCtime64();
   clock.localTime = qrx_Localtime64();
   const std::pair<const char*, const char*> names = qrx_GetLocalTimeZoneName();
   clock.timezone =
-      TimeZoneName(names.first, names.second, qrx_IsDaylightSavings() != 0);
+      timeZoneName(names.first, names.second, qrx_IsDaylightSavings() != 0);
   return clock;
 }
+
+}  // namespace wsgated

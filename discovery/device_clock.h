@@ -8,6 +8,8 @@
 
 #include "platform/qrxtime.h"
 
+namespace wsgated {
+
 struct DeviceClock {
   qrx_time64_t utcTime = 0;
   qrx_time64_t localTime = 0;
@@ -17,10 +19,12 @@ struct DeviceClock {
 // The zone name to report: "" without a standard-time name; the
 // daylight-time name while daylight saving time is in force and that name
 // is known; the standard-time name otherwise. Either name may be null.
-std::string TimeZoneName(const char* standardName, const char* daylightName,
+std::string timeZoneName(const char* standardName, const char* daylightName,
                          bool daylightSaving);
 
 // Now, from the platform's time functions (the zone follows TZ).
-DeviceClock ReadDeviceClock();
+DeviceClock readDeviceClock();
+
+}  // namespace wsgated
 
 #endif  // DISCOVERY_DEVICE_CLOCK_H_

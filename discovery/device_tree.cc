@@ -2,11 +2,11 @@
 
 #include "discovery/device_tree.h"
 
+#include "common/log.h"
 #include "platform/cds.h"
-#include "platform/syslog.h"
 #include "platform/utils.h"
 
-using toolkit::g_syslog;
+namespace wsgated {
 
 namespace {
 
@@ -15,7 +15,7 @@ const char* const kUnknown = "Unknown";
 // The descriptor leaves, in the order of the store call.
 enum DescriptorLeaf { kNodeType, kDisplayName, kQuality, kChangeCount };
 
-std::vector<std::string> DescriptorPaths(const std::string& device) {
+std::vector<std::string> descriptorPaths(const std::string& device) {
   // The root device is "/": its leaves are "/NodeType", not "//NodeType".
   const std::string base = device.size() == 1 ? "" : device;
   return {base + "/NodeType", base + "/DisplayName", base + "/.Quality",
@@ -24,7 +24,7 @@ std::vector<std::string> DescriptorPaths(const std::string& device) {
 
 }  // namespace
 
-bool InDeviceTree(const std::string& device, const std::string& startingPath,
+bool inDeviceTree(const std::string& device, const std::string& startingPath,
                   bool recursive) {
   if (device.compare(0, startingPath.size(), startingPath) != 0) return false;
   if (recursive) return true;
@@ -33,18 +33,16 @@ bool InDeviceTree(const std::string& device, const std::string& startingPath,
            device.find('/', after) != std::string::npos);
 }
 
-int DescribeDevice(toolkit::CCds& cds, const std::string& device,
+int describeDevice(toolkit::CCds& cds, const std::string& device,
                    DeviceDescriptor& descriptor) {
-  const std::vector<std::string> paths = DescriptorPaths(device);
+  const std::vector<std::string> paths = descriptorPaths(device);
   std::vector<api_status_t> statuses;
   std::vector<toolkit::CElement> elements;
   std::vector<element_property_t> properties;
   descriptor.path = device;
   if (cds.get_leaves(paths, statuses, elements, properties) != 0) {
-    if (g_syslog && g_syslog->level > 0) {
-      g_syslog->info(1, "get_leaves() call failed for %s",
-                     paths[kNodeType].c_str());
-    }
+    logInfo(kLogErrors, "get_leaves() call failed for %s",
+            paths[kNodeType].c_str());
     return 1;
   }
   auto good = [&statuses](DescriptorLeaf leaf) {
@@ -63,7 +61,7 @@ int DescribeDevice(toolkit::CCds& cds, const std::string& device,
   return 0;
 }
 
-std::vector<DeviceDescriptor> ListDeviceTree(toolkit::CCds& cds,
+std::vector<DeviceDescriptor> listDeviceTree(toolkit::CCds& cds,
                                              const std::string& startingPath,
                                              bool recursive) {
   std::vector<DeviceDescriptor> tree;
@@ -73,11 +71,13 @@ std::vector<DeviceDescriptor> ListDeviceTree(toolkit::CCds& cds,
   toolkit::CCdsSnapshot snapshot(cds);
   if (toolkit::CCds_Utils(cds).GetDeviceList(devices) <= 0) return tree;
   for (const std::string& device : devices) {
-    if (!InDeviceTree(device, startingPath, recursive)) continue;
+    if (!inDeviceTree(device, startingPath, recursive)) continue;
     DeviceDescriptor descriptor;
-    if (DescribeDevice(cds, device, descriptor) == 0) {
+    if (describeDevice(cds, device, descriptor) == 0) {
       tree.push_back(std::move(descriptor));
     }
   }
   return tree;
 }
+
+}  // namespace wsgated

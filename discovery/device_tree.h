@@ -23,6 +23,8 @@ namespace toolkit {
 class CCds;
 }  // namespace toolkit
 
+namespace wsgated {
+
 struct DeviceDescriptor {
   std::string path;         // exactly as the device list gives it
   std::string type;         // NodeType, or "Unknown"
@@ -37,19 +39,21 @@ struct DeviceDescriptor {
 // takes "/Dev10" and everything below it). Without recursion a device is
 // left out when a "/" follows the prefix and one further character, so
 // only the direct children and the starting path itself stay.
-bool InDeviceTree(const std::string& device, const std::string& startingPath,
+bool inDeviceTree(const std::string& device, const std::string& startingPath,
                   bool recursive);
 
 // Read the descriptor of `device` in one store call. Returns 0, or non-zero
 // when the store call failed (logged at level 1; `descriptor` is then
 // incomplete).
-int DescribeDevice(toolkit::CCds& cds, const std::string& device,
+int describeDevice(toolkit::CCds& cds, const std::string& device,
                    DeviceDescriptor& descriptor);
 
 // The devices of the tree, in the order of the store's device list. An
 // empty or unreadable device list gives none.
-std::vector<DeviceDescriptor> ListDeviceTree(toolkit::CCds& cds,
+std::vector<DeviceDescriptor> listDeviceTree(toolkit::CCds& cds,
                                              const std::string& startingPath,
                                              bool recursive);
+
+}  // namespace wsgated
 
 #endif  // DISCOVERY_DEVICE_TREE_H_

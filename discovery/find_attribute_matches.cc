@@ -7,31 +7,41 @@
 #include <string>
 #include <utility>
 
+#include "common/service_context.h"
+#include "common/service_options.h"
 #include "contract/operation.h"
 #include "contract/string_lists.h"
-#include "core/service_options.h"
 #include "discovery/attribute_search.h"
-#include "host/service_context.h"
 #include "soapH.h"
+
+using wsgated::AttributeMatches;
+using wsgated::AttributeQuery;
+using wsgated::ServiceContext;
+using wsgated::ServiceOptions;
+using wsgated::findAttributeMatches;
+using wsgated::optionalText;
+using wsgated::parseServiceOptions;
+using wsgated::serviceContext;
+using wsgated::stringsToSoap;
 
 int __nsqv__findAttributeMatches(
     struct soap* soap, struct _nsqv__findAttributeMatches* request,
     struct _nsqv__findAttributeMatchesResponse& response) {
-  ServiceContext* context = service_context(soap);
+  ServiceContext* context = serviceContext(soap);
   ServiceOptions options;
   parseServiceOptions(context, request->options, options);
   AttributeQuery query;
-  query.startingPath = OptionalText(request->startingPath);
+  query.startingPath = optionalText(request->startingPath);
   query.recursive = request->bRecursive;
-  query.attribute = OptionalText(request->attribMatch);
-  query.pattern = OptionalText(request->regexMatchPattern);
+  query.attribute = optionalText(request->attribMatch);
+  query.pattern = optionalText(request->regexMatchPattern);
   AttributeMatches matches;
-  FindAttributeMatches(context, options, query, matches);
+  findAttributeMatches(context, options, query, matches);
   response.result = std::move(matches.result);
   const bool stored =
-      StringsToSoap(soap, std::move(matches.nodes), response.__sizenodes,
+      stringsToSoap(soap, std::move(matches.nodes), response.__sizenodes,
                     response.nodes) &&
-      StringsToSoap(soap, std::move(matches.data), response.__sizedata,
+      stringsToSoap(soap, std::move(matches.data), response.__sizedata,
                     response.data);
   return stored ? SOAP_OK : SOAP_EOM;
 }

@@ -8,20 +8,26 @@
 #include <string>
 #include <vector>
 
+#include "common/service_context.h"
 #include "contract/operation.h"
 #include "discovery/device_tree.h"
-#include "host/service_context.h"
 #include "soapH.h"
+
+using wsgated::DeviceDescriptor;
+using wsgated::ServiceContext;
+using wsgated::listDeviceTree;
+using wsgated::optionalText;
+using wsgated::serviceContext;
 
 int __nsqv__getDeviceTree(struct soap* soap,
                           struct _nsqv__getDeviceTree* request,
                           struct _nsqv__getDeviceTreeResponse& response) {
-  ServiceContext* context = service_context(soap);
+  ServiceContext* context = serviceContext(soap);
   response.result.clear();
   response.__sizedevices = 0;
   response.devices = nullptr;
-  std::vector<DeviceDescriptor> tree = ListDeviceTree(
-      context->cds, OptionalText(request->startingPath), request->bRecursive);
+  std::vector<DeviceDescriptor> tree = listDeviceTree(
+      context->cds, optionalText(request->startingPath), request->bRecursive);
   if (tree.empty()) return SOAP_OK;
   const int count = static_cast<int>(tree.size());
   nsqv__deviceDescriptor* devices = soap_new_nsqv__deviceDescriptor(soap, count);

@@ -7,22 +7,31 @@
 #include <string>
 #include <vector>
 
+#include "common/service_context.h"
+#include "common/service_options.h"
 #include "contract/operation.h"
 #include "contract/string_lists.h"
-#include "core/service_options.h"
 #include "discovery/leaf_descriptors.h"
-#include "host/service_context.h"
 #include "soapH.h"
+
+using wsgated::LeafDescriptor;
+using wsgated::ServiceContext;
+using wsgated::ServiceOptions;
+using wsgated::describeLeaves;
+using wsgated::optionalText;
+using wsgated::parseServiceOptions;
+using wsgated::serviceContext;
+using wsgated::stringsFromSoap;
 
 int __nsqv__getLeafDescriptors(
     struct soap* soap, struct _nsqv__getLeafDescriptors* request,
     struct _nsqv__getLeafDescriptorsResponse& response) {
-  ServiceContext* context = service_context(soap);
+  ServiceContext* context = serviceContext(soap);
   ServiceOptions options;
   parseServiceOptions(context, request->options, options);
   std::vector<LeafDescriptor> leaves;
-  DescribeLeaves(context, options, OptionalText(request->basePath),
-                 StringsFromSoap(request->__sizeleafPaths, request->leafPaths),
+  describeLeaves(context, options, optionalText(request->basePath),
+                 stringsFromSoap(request->__sizeleafPaths, request->leafPaths),
                  response.result, leaves);
   response.__sizedescriptors = 0;
   response.descriptors = nullptr;

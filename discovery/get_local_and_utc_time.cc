@@ -8,7 +8,7 @@
 int __nsqv__getLocalAndUtcTime(
     struct soap*, struct _nsqv__getLocalAndUtcTime*,
     struct _nsqv__getLocalAndUtcTimeResponse& response) {
-  DeviceClock clock = ReadDeviceClock();
+  wsgated::DeviceClock clock = wsgated::readDeviceClock();
   response.result.clear();
   response.utcTime = clock.utcTime;
   response.localTime = clock.localTime;

@@ -1,4 +1,4 @@
-// get_min_avg_max_values.cc - nsqv:getMinAvgMaxValues.
+// nsqv:getMinAvgMaxValues.
 //
 // The operation is part of the published contract, but the device keeps
 // no minimum/average/maximum statistics to answer it from.  Every call is

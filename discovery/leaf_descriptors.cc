@@ -3,14 +3,16 @@
 
 #include "discovery/leaf_descriptors.h"
 
-#include "core/bnws_error.h"
-#include "core/read_path.h"
-#include "core/service_options.h"
-#include "host/service_context.h"
+#include "common/bnws_error.h"
+#include "common/read_path.h"
+#include "common/service_context.h"
+#include "common/service_options.h"
 #include "platform/cds.h"
 #include "platform/path.h"
 
-void DescribeLeaves(ServiceContext* context, const ServiceOptions& options,
+namespace wsgated {
+
+void describeLeaves(ServiceContext* context, const ServiceOptions& options,
                     const std::string& basePath,
                     const std::vector<std::string>& leafPaths,
                     std::string& result,
@@ -44,10 +46,12 @@ void DescribeLeaves(ServiceContext* context, const ServiceOptions& options,
   descriptors.resize(paths.size());
   for (size_t i = 0; i < paths.size(); ++i) {
     bool enumerated = false;
-    readAttribute(context->cds, options, stored, paths[i], statuses[i],
+    readAttribute(context, options, stored, paths[i], statuses[i],
                   elements[i], properties[i], enumerated,
                   descriptors[i].result);
     descriptors[i].changeTime = qrx_UNIXtoQRXtime64(&elements[i].get_time());
     descriptors[i].leafType = properties[i];
   }
 }
+
+}  // namespace wsgated

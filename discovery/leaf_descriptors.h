@@ -15,6 +15,8 @@
 #include "platform/qrxtime.h"
 #include "platform/types.h"
 
+namespace wsgated {
+
 struct ServiceContext;
 struct ServiceOptions;
 
@@ -29,10 +31,12 @@ struct LeafDescriptor {
 // (each descriptor then carries its own outcome); otherwise an error result,
 // error 17 without leaf paths or 9 when the store call failed, and no
 // descriptors.
-void DescribeLeaves(ServiceContext* context, const ServiceOptions& options,
+void describeLeaves(ServiceContext* context, const ServiceOptions& options,
                     const std::string& basePath,
                     const std::vector<std::string>& leafPaths,
                     std::string& result,
                     std::vector<LeafDescriptor>& descriptors);
+
+}  // namespace wsgated
 
 #endif  // DISCOVERY_LEAF_DESCRIPTORS_H_

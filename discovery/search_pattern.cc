@@ -18,12 +18,14 @@
 #include <algorithm>
 #include <iterator>
 
+// The matcher's allowance lives outside namespace wsgated: Boost's
+// specialisation below must name it from namespace boost.
 namespace {
 
 struct SearchTraits : boost::regex_traits<char> {};
 using SearchRegex = boost::basic_regex<char, SearchTraits>;
 
-// The allowance of the next match in this thread, set by Find() right
+// The allowance of the next match in this thread, set by find() right
 // before it calls the matcher: at most `amount` states, or, when `linear`,
 // `amount` states per character and pattern state. (The daemon has one
 // thread; thread_local keeps other users of this class apart all the same.)
@@ -31,27 +33,48 @@ struct StateRule {
   bool linear;
   std::ptrdiff_t amount;
 };
-thread_local StateRule t_rule{true, 1};
+thread_local StateRule tRule{true, 1};
 
 // Boost's own allowance for a text of `length` characters and a pattern of
 // `states` states: the larger of states*states*length and length*length
 // (the latter capped at BOOST_REGEX_MAX_STATE_COUNT), plus 100000. Doubles,
 // so that nothing overflows; only comparisons with smaller caps follow.
-double BoostAllowance(double length, double states) {
+double boostAllowance(double length, double states) {
   const double k = 100000;
-  const double by_pattern = states * states * length + k;
-  const double by_text = std::min<double>(length * length + k,
+  const double byPattern = states * states * length + k;
+  const double byText = std::min<double>(length * length + k,
                                           BOOST_REGEX_MAX_STATE_COUNT);
-  return std::max(by_pattern, by_text);
+  return std::max(byPattern, byText);
 }
 
-std::ptrdiff_t StateAllowance(std::ptrdiff_t length, std::size_t size) {
+std::ptrdiff_t stateAllowance(std::ptrdiff_t length, std::size_t size) {
   const double n = static_cast<double>(std::max<std::ptrdiff_t>(length, 1));
   const double s = static_cast<double>(std::max<std::size_t>(size, 1));
-  const double amount = static_cast<double>(t_rule.amount);
-  const double limit = t_rule.linear ? amount * (n + 1) * (s + 1) : amount;
-  return static_cast<std::ptrdiff_t>(std::min(BoostAllowance(n, s), limit));
+  const double amount = static_cast<double>(tRule.amount);
+  const double limit = tRule.linear ? amount * (n + 1) * (s + 1) : amount;
+  return static_cast<std::ptrdiff_t>(std::min(boostAllowance(n, s), limit));
 }
+
+}  // namespace
+
+namespace boost {
+namespace BOOST_REGEX_DETAIL_NS {
+
+// The matcher of SearchTraits patterns over const char* (the only one
+// find() instantiates) takes its state allowance from tRule.
+template <>
+void perl_matcher<const char*, match_results<const char*>::allocator_type,
+                  ::SearchTraits>::
+    estimate_max_state_count(std::random_access_iterator_tag*) {
+  max_state_count = ::stateAllowance(last - base, re.size());
+}
+
+}  // namespace BOOST_REGEX_DETAIL_NS
+}  // namespace boost
+
+namespace wsgated {
+
+namespace {
 
 // Adds the time between its construction and destruction to `total`, also
 // when the measured code throws.
@@ -70,7 +93,7 @@ class TimeCharge {
 
 // Runs `step`; false when it threw, with `result` and `error` saying how.
 template <typename Step>
-bool Run(Step step, PatternResult& result, std::string& error) {
+bool run(Step step, PatternResult& result, std::string& error) {
   try {
     step();
     return true;
@@ -88,21 +111,6 @@ bool Run(Step step, PatternResult& result, std::string& error) {
 
 }  // namespace
 
-namespace boost {
-namespace BOOST_REGEX_DETAIL_NS {
-
-// The matcher of SearchTraits patterns over const char* (the only one
-// Find() instantiates) takes its state allowance from t_rule.
-template <>
-void perl_matcher<const char*, match_results<const char*>::allocator_type,
-                  ::SearchTraits>::
-    estimate_max_state_count(std::random_access_iterator_tag*) {
-  max_state_count = ::StateAllowance(last - base, re.size());
-}
-
-}  // namespace BOOST_REGEX_DETAIL_NS
-}  // namespace boost
-
 const char* const kSearchTimeSpent =
     "The search has spent its matching time; the value was not matched";
 
@@ -117,38 +125,40 @@ SearchPattern::SearchPattern(const std::string& pattern,
 
 SearchPattern::~SearchPattern() = default;
 
-bool SearchPattern::Compile() {
+bool SearchPattern::compile() {
   if (settings_.compilation == PatternCompilation::kPerText) {
     compiled_.reset();
-  } else if (compiled_ || compile_failed_) {
-    return !compile_failed_;
+  } else if (compiled_ || compileFailed_) {
+    return !compileFailed_;
   }
-  compile_failed_ = !Run([this] {
+  compileFailed_ = !run([this] {
     compiled_ = std::make_unique<Compiled>(pattern_);
-  }, compile_result_, compile_error_);
-  return !compile_failed_;
+  }, compileResult_, compileError_);
+  return !compileFailed_;
 }
 
-bool SearchPattern::Find(const std::string& text) {
-  t_rule = BudgetSpent() ? StateRule{true, settings_.linear_states_per_char}
-                         : StateRule{false, settings_.states_per_text};
+bool SearchPattern::find(const std::string& text) {
+  tRule = budgetSpent() ? StateRule{true, settings_.linearStatesPerChar}
+                         : StateRule{false, settings_.statesPerText};
   const char* begin = text.data();
   return boost::regex_search(begin, begin + text.size(), compiled_->regex);
 }
 
-PatternResult SearchPattern::Search(const std::string& text,
+PatternResult SearchPattern::search(const std::string& text,
                                     std::string& error) {
-  if (LimitReached()) {
+  if (limitReached()) {
     error = kSearchTimeSpent;
     return PatternResult::kFailed;
   }
   TimeCharge charge(spent_);
-  if (!Compile()) {
-    error = compile_error_;
-    return compile_result_;
+  if (!compile()) {
+    error = compileError_;
+    return compileResult_;
   }
   bool found = false;
   PatternResult failure = PatternResult::kFailed;
-  if (!Run([&] { found = Find(text); }, failure, error)) return failure;
+  if (!run([&] { found = find(text); }, failure, error)) return failure;
   return found ? PatternResult::kFound : PatternResult::kNotFound;
 }
+
+}  // namespace wsgated

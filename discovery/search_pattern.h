@@ -17,8 +17,8 @@
 // spent so far:
 //
 //   - until `budget`: Boost's own allowance, but never more than
-//     `states_per_text` (about 0.1 s on a desktop processor);
-//   - until `limit`: only linear work, `linear_states_per_char` states per
+//     `statesPerText` (about 0.1 s on a desktop processor);
+//   - until `limit`: only linear work, `linearStatesPerChar` states per
 //     character and pattern state (plenty for ordinary patterns, nothing
 //     for backtracking blow-ups);
 //   - after `limit`: no more matching at all (kFailed, kSearchTimeSpent).
@@ -42,6 +42,8 @@
 #include <memory>
 #include <string>
 
+namespace wsgated {
+
 enum class PatternCompilation {
   kOncePerSearch,  // compile at the first text, reuse for the others
   kPerText,        // compile anew for every text (for comparisons only)
@@ -50,11 +52,11 @@ enum class PatternCompilation {
 struct PatternSettings {
   PatternCompilation compilation = PatternCompilation::kOncePerSearch;
   // Most matcher states one text may take while the budget lasts.
-  std::ptrdiff_t states_per_text = 2000000;
+  std::ptrdiff_t statesPerText = 2000000;
   // Matching time of one search before only linear work is allowed.
   std::chrono::steady_clock::duration budget = std::chrono::seconds(1);
   // The linear allowance: states per (character + 1) * (pattern state + 1).
-  std::ptrdiff_t linear_states_per_char = 4;
+  std::ptrdiff_t linearStatesPerChar = 4;
   // Matching time of one search after which nothing more is matched.
   std::chrono::steady_clock::duration limit = std::chrono::seconds(3);
 };
@@ -80,36 +82,38 @@ class SearchPattern {
   SearchPattern(const SearchPattern&) = delete;
   SearchPattern& operator=(const SearchPattern&) = delete;
 
-  // Search the pattern in `text`. `error` receives the exception text for
+  // search the pattern in `text`. `error` receives the exception text for
   // kBadPattern and kFailed and is left alone otherwise. Exceptions that
   // are not std::exception pass through.
-  PatternResult Search(const std::string& text, std::string& error);
+  PatternResult search(const std::string& text, std::string& error);
 
   // True once the search has spent its budget (only linear work is left).
-  bool BudgetSpent() const { return spent_ >= settings_.budget; }
+  bool budgetSpent() const { return spent_ >= settings_.budget; }
   // True once the search has reached its limit (nothing is matched).
-  bool LimitReached() const { return spent_ >= settings_.limit; }
+  bool limitReached() const { return spent_ >= settings_.limit; }
   // True when no later text can be found any more: the pattern did not
   // compile, or the limit is reached.
-  bool Exhausted() const { return compile_failed_ || LimitReached(); }
+  bool exhausted() const { return compileFailed_ || limitReached(); }
 
  private:
   struct Compiled;
 
   // Make compiled_ ready (kPerText: anew); false when compiling failed,
-  // with compile_result_ and compile_error_ saying how.
-  bool Compile();
+  // with compileResult_ and compileError_ saying how.
+  bool compile();
   // regex_search of the compiled pattern in `text`, under the allowance;
   // throws what the library throws.
-  bool Find(const std::string& text);
+  bool find(const std::string& text);
 
   const std::string pattern_;
   const PatternSettings settings_;
   std::unique_ptr<Compiled> compiled_;
-  bool compile_failed_ = false;
-  PatternResult compile_result_ = PatternResult::kBadPattern;
-  std::string compile_error_;
+  bool compileFailed_ = false;
+  PatternResult compileResult_ = PatternResult::kBadPattern;
+  std::string compileError_;
   std::chrono::steady_clock::duration spent_{};
 };
+
+}  // namespace wsgated
 
 #endif  // DISCOVERY_SEARCH_PATTERN_H_

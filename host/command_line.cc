@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <cstring>
 
+namespace wsgated {
+
 namespace {
 
 const char* const kVersion = "2.0.0";
@@ -41,31 +43,31 @@ const char* const kUsageTail[] = {
 };
 
 template <size_t N>
-void PrintLines(const char* const (&lines)[N], FILE* out) {
+void printLines(const char* const (&lines)[N], FILE* out) {
   for (const char* line : lines) fprintf(out, "%s\n", line);
 }
 
 // A value check: true when `value` is acceptable (it has been stored).
 typedef bool (*ValueHandler)(const char* value, CommandLine* line, FILE* err);
 
-bool SetDeltaLog(const char* v, CommandLine* l, FILE*) { l->delta_log = v; return true; }
-bool SetEventLog(const char* v, CommandLine* l, FILE*) { l->event_log = v; return true; }
-bool SetSystemLog(const char* v, CommandLine* l, FILE*) { l->system_log = v; return true; }
-bool SetTrendLog(const char* v, CommandLine* l, FILE*) { l->trend_log = v; return true; }
-bool SetWaveFolder(const char* v, CommandLine* l, FILE*) { l->wave_folder = v; return true; }
+bool setDeltaLog(const char* v, CommandLine* l, FILE*) { l->deltaLog = v; return true; }
+bool setEventLog(const char* v, CommandLine* l, FILE*) { l->eventLog = v; return true; }
+bool setSystemLog(const char* v, CommandLine* l, FILE*) { l->systemLog = v; return true; }
+bool setTrendLog(const char* v, CommandLine* l, FILE*) { l->trendLog = v; return true; }
+bool setWaveFolder(const char* v, CommandLine* l, FILE*) { l->waveFolder = v; return true; }
 
 // Trailing characters are tolerated ("12abc" is 12): older start scripts
 // pass values with units attached.
-bool SetMaxRecords(const char* v, CommandLine* l, FILE*) {
+bool setMaxRecords(const char* v, CommandLine* l, FILE*) {
   char* end = nullptr;
   long n = strtol(v, &end, 10);
   if (end == v || n < 0) return false;
-  l->max_delta_records = static_cast<int32_t>(n);
+  l->maxDeltaRecords = static_cast<int32_t>(n);
   return true;
 }
 
 // Positive size; `scale` converts the unit on the line into bytes.
-bool SetSize(const char* v, const char* what, int scale, int32_t* target,
+bool setSize(const char* v, const char* what, int scale, int32_t* target,
              FILE* err) {
   int n = atoi(v);
   if (n < 1) {
@@ -75,19 +77,19 @@ bool SetSize(const char* v, const char* what, int scale, int32_t* target,
   *target = n * scale;
   return true;
 }
-bool SetPageSize(const char* v, CommandLine* l, FILE* e) {
-  return SetSize(v, "page size", 1, &l->sqlite_page_size, e);
+bool setPageSize(const char* v, CommandLine* l, FILE* e) {
+  return setSize(v, "page size", 1, &l->sqlitePageSize, e);
 }
-bool SetCacheSize(const char* v, CommandLine* l, FILE* e) {
-  return SetSize(v, "cache size", 1024, &l->sqlite_cache_size, e);
+bool setCacheSize(const char* v, CommandLine* l, FILE* e) {
+  return setSize(v, "cache size", 1024, &l->sqliteCacheSize, e);
 }
-bool SetHeapLimit(const char* v, CommandLine* l, FILE* e) {
-  return SetSize(v, "heap limit", 1024, &l->sqlite_heap_limit, e);
+bool setHeapLimit(const char* v, CommandLine* l, FILE* e) {
+  return setSize(v, "heap limit", 1024, &l->sqliteHeapLimit, e);
 }
 
 // errno is deliberately not cleared first: a stale error from start-up
 // rejects the level, as it always has on the device.
-bool SetVerbosity(const char* v, CommandLine* l, FILE* err) {
+bool setVerbosity(const char* v, CommandLine* l, FILE* err) {
   char* end = nullptr;
   long n = strtol(v, &end, 10);
   if (end == v || *end != '\0' || errno != 0) {
@@ -104,69 +106,71 @@ struct ValueOption {
 };
 
 const ValueOption kValueOptions[] = {
-    {"-h", SetDeltaLog},   {"-a", SetEventLog},   {"-s", SetSystemLog},
-    {"-t", SetTrendLog},   {"-m", SetMaxRecords}, {"-p", SetPageSize},
-    {"-c", SetCacheSize},  {"-l", SetHeapLimit},  {"-w", SetWaveFolder},
-    {"-D", SetVerbosity},
+    {"-h", setDeltaLog},   {"-a", setEventLog},   {"-s", setSystemLog},
+    {"-t", setTrendLog},   {"-m", setMaxRecords}, {"-p", setPageSize},
+    {"-c", setCacheSize},  {"-l", setHeapLimit},  {"-w", setWaveFolder},
+    {"-D", setVerbosity},
 };
 
-const ValueOption* FindValueOption(const char* word) {
+const ValueOption* findValueOption(const char* word) {
   for (const ValueOption& option : kValueOptions) {
     if (strcmp(word, option.name) == 0) return &option;
   }
   return nullptr;
 }
 
-CommandLineOutcome FailWithUsage(FILE* out) {
-  PrintUsage(out);
+CommandLineOutcome failWithUsage(FILE* out) {
+  printUsage(out);
   return CommandLineOutcome::kExitFailure;
 }
 
 }  // namespace
 
-void PrintUsage(FILE* out) {
-  const int max = CommandLine().max_delta_records;
-  PrintLines(kUsageHead, out);
+void printUsage(FILE* out) {
+  const int max = CommandLine().maxDeltaRecords;
+  printLines(kUsageHead, out);
   fprintf(out,
           "\t     maximums are Deltas:%d, Events:%d, and Trend snapshots:%d \n\n",
           max, max / 4, max / 12);
-  PrintLines(kUsageMiddle, out);
+  printLines(kUsageMiddle, out);
   fprintf(out, "\t -D: Set the Syslog verbosity level to 'n' (default: %d)\n\n",
           CommandLine().verbosity);
-  PrintLines(kUsageTail, out);
+  printLines(kUsageTail, out);
 }
 
-void PrintVersion(const char* program, FILE* out) {
+void printVersion(const char* program, FILE* out) {
   fprintf(out, "%s: version %s\n", program, kVersion);
   fprintf(out, "gsoap: version %d\n", GSOAP_VERSION);
   fprintf(out, "Build date: %s %s\n", __DATE__, __TIME__);
   fprintf(out, "%s\n", "$Revision: 66949 $\n");
 }
 
-CommandLineOutcome ParseCommandLine(int argc, char* const* argv,
+CommandLineOutcome parseCommandLine(int argc, char* const* argv,
                                     CommandLine* line, FILE* out, FILE* err) {
   bool unknown = false;
   for (int i = 1; i < argc; ++i) {
     const char* word = argv[i];
     if (strcmp(word, "-d") == 0) {
       line->fork = false;
-    } else if (const ValueOption* option = FindValueOption(word)) {
+    } else if (const ValueOption* option = findValueOption(word)) {
       if (i + 1 >= argc) {
         fprintf(out, "Missing field for: %s \n", word);
-        return FailWithUsage(out);
+        return failWithUsage(out);
       }
       const char* value = argv[++i];
       if (value[0] == '\0' || !option->handler(value, line, err)) {
         fprintf(out, "Bad field: %s \n", value);
-        return FailWithUsage(out);
+        return failWithUsage(out);
       }
     } else if (strcmp(word, "-v") == 0) {
-      PrintVersion(argv[0], out);
+      printVersion(argv[0], out);
       return CommandLineOutcome::kExitSuccess;
     } else {
       fprintf(out, "Unknown parameter: %s \n", word);
       unknown = true;
     }
   }
-  return unknown ? FailWithUsage(out) : CommandLineOutcome::kRun;
+  return unknown ? failWithUsage(out) : CommandLineOutcome::kRun;
 }
+
+}  // namespace wsgated

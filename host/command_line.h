@@ -11,18 +11,20 @@
 #include <cstdio>
 #include <string>
 
+namespace wsgated {
+
 // Everything the command line can change. Start from the defaults, then
 // parse; the caller copies the result into the ServiceContext.
 struct CommandLine {
-  std::string delta_log = "./deadband.db";          // -h
-  std::string event_log = "./alarms.db";            // -a
-  std::string system_log = "./system.db";           // -s
-  std::string trend_log = "./interval-trends.db";   // -t
-  int32_t max_delta_records = 10000;                // -m
-  int32_t sqlite_page_size = 0;                     // -p, bytes
-  int32_t sqlite_cache_size = 0;                    // -c, kB on the line, bytes here
-  int32_t sqlite_heap_limit = 0;                    // -l, kB on the line, bytes here
-  std::string wave_folder;                          // -w
+  std::string deltaLog = "./deadband.db";          // -h
+  std::string eventLog = "./alarms.db";            // -a
+  std::string systemLog = "./system.db";           // -s
+  std::string trendLog = "./interval-trends.db";   // -t
+  int32_t maxDeltaRecords = 10000;                // -m
+  int32_t sqlitePageSize = 0;                     // -p, bytes
+  int32_t sqliteCacheSize = 0;                    // -c, kB on the line, bytes here
+  int32_t sqliteHeapLimit = 0;                    // -l, kB on the line, bytes here
+  std::string waveFolder;                          // -w
   int verbosity = 0;                                // -D
   bool fork = true;                                 // -d clears it
 };
@@ -35,13 +37,15 @@ enum class CommandLineOutcome {
 
 // Parse argv[1..argc-1] into `line`. Messages and the usage text go to
 // `out`, the page/cache/heap/verbosity complaints to `err`.
-CommandLineOutcome ParseCommandLine(int argc, char* const* argv,
+CommandLineOutcome parseCommandLine(int argc, char* const* argv,
                                     CommandLine* line, FILE* out, FILE* err);
 
 // The usage text, exactly as -? style errors print it.
-void PrintUsage(FILE* out);
+void printUsage(FILE* out);
 
 // The -v text: program name, version, gSOAP version, build date.
-void PrintVersion(const char* program, FILE* out);
+void printVersion(const char* program, FILE* out);
+
+}  // namespace wsgated
 
 #endif  // HOST_COMMAND_LINE_H_

@@ -9,11 +9,13 @@
 
 #include <cstdio>
 
+namespace wsgated {
+
 namespace {
 
 // The daemon's standard descriptors all refer to /dev/null, so stray writes
 // of libraries cannot reach a terminal or a closed descriptor's successor.
-int RedirectStandardDescriptors() {
+int redirectStandardDescriptors() {
   close(0);
   close(1);
   close(2);
@@ -25,7 +27,7 @@ int RedirectStandardDescriptors() {
 
 }  // namespace
 
-int Daemonize() {
+int daemonize() {
   // Pending output would otherwise be written once per process.
   fflush(nullptr);
   pid_t child = fork();
@@ -43,7 +45,9 @@ int Daemonize() {
   if (grandchild < 0) _exit(1);
   if (grandchild > 0) _exit(0);
   if (chdir("/") != 0) return -1;
-  if (RedirectStandardDescriptors() != 0) return -1;
+  if (redirectStandardDescriptors() != 0) return -1;
   umask(022);
   return 0;
 }
+
+}  // namespace wsgated

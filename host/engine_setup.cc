@@ -4,19 +4,23 @@
 
 #include <stdsoap2.h>
 
-void ApplyInputLimits(struct soap* soap) {
+namespace wsgated {
+
+void applyInputLimits(struct soap* soap) {
   soap->maxlevel = kMaxXmlDepth;
   soap->maxlength = kMaxTextLength;
   soap->maxoccurs = kMaxOccurs;
   soap->recv_maxlength = kMaxMessageBytes;
 }
 
-void UseLiteralTrees(struct soap* soap) {
+void useLiteralTrees(struct soap* soap) {
   soap_imode(soap, soap->imode | SOAP_XML_TREE);
   soap_omode(soap, soap->omode | SOAP_XML_TREE);
 }
 
-void EnableUtf8Modes(struct soap* soap) {
+void enableUtf8Modes(struct soap* soap) {
   soap_imode(soap, soap->imode | SOAP_C_UTFSTRING | SOAP_IO_KEEPALIVE);
   soap_omode(soap, soap->omode | SOAP_IO_KEEPALIVE);
 }
+
+}  // namespace wsgated

@@ -21,23 +21,27 @@
 
 struct soap;
 
+namespace wsgated {
+
 constexpr unsigned kMaxXmlDepth = 256;
 constexpr long kMaxTextLength = 4L * 1024 * 1024;
 constexpr size_t kMaxOccurs = 100000;
 constexpr unsigned long kMaxMessageBytes = 16UL * 1024 * 1024;
 
 // Set the input limits above on `soap`.
-void ApplyInputLimits(struct soap* soap);
+void applyInputLimits(struct soap* soap);
 
 // Messages are document/literal trees: the engine neither follows nor
 // writes SOAP-encoded multi-references (id/href). Without this it keeps id
 // bookkeeping that scans its whole id table for every item of a repeated
 // element (a quarter of the daemon's time in a getValues of 1000 paths),
 // and a client could make it build reference graphs.
-void UseLiteralTrees(struct soap* soap);
+void useLiteralTrees(struct soap* soap);
 
 // Strings keep their UTF-8 content and replies may keep the connection;
 // used only once locale support is set up, as translated texts are UTF-8.
-void EnableUtf8Modes(struct soap* soap);
+void enableUtf8Modes(struct soap* soap);
+
+}  // namespace wsgated
 
 #endif  // HOST_ENGINE_SETUP_H_

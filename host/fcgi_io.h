@@ -12,19 +12,23 @@
 
 struct soap;
 
+namespace wsgated {
+
 // Install the receive and send hooks in `soap`.
-void InstallFcgiHooks(struct soap* soap);
+void installFcgiHooks(struct soap* soap);
 
 // The engine's receive hook: up to `length` bytes of the request body;
 // 0 at its end or when there is no current request, buffer or length.
-size_t FcgiReceive(struct soap* soap, char* buffer, size_t length);
+size_t fcgiReceive(struct soap* soap, char* buffer, size_t length);
 // The engine's send hook: 0 on success, -1 (EOF) on failure or without an
 // output stream or data.
-int FcgiSend(struct soap* soap, const char* data, size_t length);
+int fcgiSend(struct soap* soap, const char* data, size_t length);
 
 // Bytes sent since the last reset: the loop checks after each request that
 // something was answered, because nginx turns a silent request into a 502.
-size_t FcgiBytesSent();
-void ResetFcgiBytesSent();
+size_t fcgiBytesSent();
+void resetFcgiBytesSent();
+
+}  // namespace wsgated
 
 #endif  // HOST_FCGI_IO_H_

@@ -13,33 +13,28 @@
 
 #include <string>
 
-#include <boost/locale/localization_backend.hpp>
+namespace wsgated {
 
 struct ServiceContext;
 
-// The Boost.Locale back end the service's locales are made with: the
-// standard-library one. The service needs only message catalogues and the
-// locale's name and encoding, which every back end provides alike; the ICU
-// back end would add several MiB of touched library pages to a daemon that
-// is meant to fit in a few.
-boost::locale::localization_backend_manager CatalogueBackend();
-
 // The catalogue folder: $WSGATED_LOCALE_DIR or "/usr/share/locale".
-std::string LocaleMessagesPath();
+std::string localeMessagesPath();
 
 // Read the supported list from the store ("/Software/Locales") and set up
-// the locales with SetupLocalesFromList. Returns ctx->locale_support.
-bool SetupLocaleSupport(ServiceContext* ctx);
+// the locales with setupLocalesFromList. Returns ctx->localeSupport.
+bool setupLocaleSupport(ServiceContext* ctx);
 
 // Configure the generator for narrow UTF-8 catalogues of the domain
-// "toolkit" under `messages_path`, then generate a locale for every entry
+// "toolkit" under `messagesPath`, then generate a locale for every entry
 // of `supported` (";"-separated names such as "en_US;de_DE"), keyed by the
 // name as listed. en_US also becomes the process's global locale. Any
-// exception stops the set-up and leaves ctx->locale_support false.
-bool SetupLocalesFromList(ServiceContext* ctx, const std::string& supported,
-                          const std::string& messages_path);
+// exception stops the set-up and leaves ctx->localeSupport false.
+bool setupLocalesFromList(ServiceContext* ctx, const std::string& supported,
+                          const std::string& messagesPath);
 
 // Drop the locales and everything the generator cached (shutdown).
-void TeardownLocaleSupport(ServiceContext* ctx);
+void teardownLocaleSupport(ServiceContext* ctx);
+
+}  // namespace wsgated
 
 #endif  // HOST_LOCALE_SUPPORT_H_

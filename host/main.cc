@@ -11,53 +11,59 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "common/log.h"
+#include "common/service_context.h"
 #include "host/command_line.h"
 #include "host/daemon.h"
 #include "host/engine_setup.h"
 #include "host/locale_support.h"
+#include "host/request_context.h"
 #include "host/request_loop.h"
-#include "host/service_context.h"
 #include "host/signals.h"
 #include "platform/syslog.h"
 
 
 using toolkit::g_syslog;
 
+namespace wsgated {
 namespace {
 
 const int kWatchdogSeconds = 90;
+// Nodes the host binds or consults at start-up.
+const char* const kSwInfoNode = "/Software/Data Servers/BACnet WebServices";
+const char* const kReadOnlyCdsPath = "/ReadOnlyCDS";
 
-void ApplyCommandLine(const CommandLine& line, ServiceContext* ctx) {
-  ctx->delta_log = line.delta_log;
-  ctx->event_log = line.event_log;
-  ctx->system_log = line.system_log;
-  ctx->trend_log_path = line.trend_log;
-  ctx->max_delta_records = line.max_delta_records;
-  ctx->sqlite_page_size = line.sqlite_page_size;
-  ctx->sqlite_cache_size = line.sqlite_cache_size;
-  ctx->sqlite_heap_limit = line.sqlite_heap_limit;
-  ctx->wave_folder = line.wave_folder;
+void applyCommandLine(const CommandLine& line, ServiceContext* ctx) {
+  ctx->deltaLog = line.deltaLog;
+  ctx->eventLog = line.eventLog;
+  ctx->systemLog = line.systemLog;
+  ctx->trendLogPath = line.trendLog;
+  ctx->maxDeltaRecords = line.maxDeltaRecords;
+  ctx->sqlitePageSize = line.sqlitePageSize;
+  ctx->sqliteCacheSize = line.sqliteCacheSize;
+  ctx->sqliteHeapLimit = line.sqliteHeapLimit;
+  ctx->waveFolder = line.waveFolder;
   g_syslog->level = line.verbosity;
 }
 
-void OpenStoreOrExit(ServiceContext* ctx) {
+void openStoreOrExit(ServiceContext* ctx) {
   if (ctx->cds.handle == nullptr) ctx->cds.handle = pcd_init();
   if (ctx->cds.handle == nullptr) {
-    g_syslog->err(0, "Error: CCds::init() failed");
+    logError(kLogAlways, "Error: CCds::init() failed");
     exit(1);
   }
-  g_syslog->info(0, "Service incoming requests");
+  logInfo(kLogAlways, "Service incoming requests");
 }
 
-void BindNodes(ServiceContext* ctx) {
-  g_syslog->info(0, "Initialize %s", kSwInfoNode);
+void bindNodes(ServiceContext* ctx) {
+  logInfo(kLogAlways, "Initialize %s", kSwInfoNode);
   ctx->swinfo.bind(&ctx->cds, kSwInfoNode);
-  g_syslog->info(0, "Initialize %s", kConnxnsNode);
+  logInfo(kLogAlways, "Initialize %s", kConnxnsNode);
   ctx->connxns.bind(&ctx->cds, kConnxnsNode, g_syslog);
-  ctx->nodes_bound = 0;
+  ctx->nodesBound = 0;
 }
 
-void ApplyReadOnlyFlag(ServiceContext* ctx) {
+void applyReadOnlyFlag(ServiceContext* ctx) {
   api_status_t status = API_STATUS_UNKNOWN;
   toolkit::CElement element;
   element_property_t property = PCD_PROP_NORMAL;
@@ -67,8 +73,8 @@ void ApplyReadOnlyFlag(ServiceContext* ctx) {
   }
 }
 
-void Shutdown(ServiceContext* ctx, struct soap* soap, bool background) {
-  g_syslog->info(0, "Cleanup");
+void shutDown(ServiceContext* ctx, struct soap* soap, bool background) {
+  logInfo(kLogAlways, "Cleanup");
   soap_destroy(soap);
   soap_end(soap);
   soap_free(soap);
@@ -77,27 +83,27 @@ void Shutdown(ServiceContext* ctx, struct soap* soap, bool background) {
     api_status_t status = API_STATUS_UNKNOWN;
     ctx->cds.watchdog_clear(status);
   }
-  if (ctx->trend_log != nullptr && ctx->trend_log_close != nullptr) {
-    ctx->trend_log_close(ctx->trend_log);
-    ctx->trend_log = nullptr;
+  if (ctx->trendLog != nullptr && ctx->trendLogClose != nullptr) {
+    ctx->trendLogClose(ctx->trendLog);
+    ctx->trendLog = nullptr;
   }
   ctx->connxns.RemoveAllConnxns();
-  if (ctx->locale_support) TeardownLocaleSupport(ctx);
-  g_syslog->notice(0, "Exiting wsgated");
+  if (ctx->localeSupport) teardownLocaleSupport(ctx);
+  logNotice(kLogAlways, "Exiting wsgated");
   delete g_syslog;
   g_syslog = nullptr;
   ctx->connxns.log = nullptr;
   pcd_close(ctx->cds.handle);
   ctx->cds.handle = nullptr;
-  RestoreTerminationDefaults();
+  restoreTerminationDefaults();
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int runDaemon(int argc, char** argv) {
   ServiceContext ctx;
-  InstallTerminationHandler();
-  InstallCrashHandler();
+  installTerminationHandler();
+  installCrashHandler();
   g_syslog = new toolkit::CSysLog("wsgated", 0, false, true, true, nullptr);
   ctx.connxns.log = g_syslog;
 
@@ -105,39 +111,43 @@ int main(int argc, char** argv) {
   // The -D check trusts errno as the parser finds it; start-up so far
   // (probing the store's files) may have left a stale ENOENT behind.
   errno = 0;
-  CommandLineOutcome outcome = ParseCommandLine(argc, argv, &line, stdout, stderr);
+  CommandLineOutcome outcome = parseCommandLine(argc, argv, &line, stdout, stderr);
   if (outcome == CommandLineOutcome::kExitSuccess) return 0;
   if (outcome == CommandLineOutcome::kExitFailure) return 1;
-  ApplyCommandLine(line, &ctx);
+  applyCommandLine(line, &ctx);
 
   if (line.fork) {
     // Reopened below by the daemon itself.
     pcd_close(ctx.cds.handle);
     ctx.cds.handle = nullptr;
-    if (Daemonize() != 0) {
-      g_syslog->err(0, "Error fork()ing new process");
+    if (daemonize() != 0) {
+      logError(kLogAlways, "Error fork()ing new process");
       return 1;
     }
   }
-  OpenStoreOrExit(&ctx);
+  openStoreOrExit(&ctx);
 
   struct soap* soap = soap_new();
   soap->user = &ctx;
-  ApplyInputLimits(soap);
-  UseLiteralTrees(soap);
-  g_syslog->info(0, "Initializing wsgated");
-  BindNodes(&ctx);
+  applyInputLimits(soap);
+  useLiteralTrees(soap);
+  logInfo(kLogAlways, "Initializing wsgated");
+  bindNodes(&ctx);
   ctx.swinfo.SetAppStatus(toolkit::APP_STATUS_RUNNING);
   ctx.swinfo.SetAppError(0);
   if (line.fork) {
     api_status_t status = API_STATUS_UNKNOWN;
     ctx.cds.watchdog_register(status, "wsgated", kWatchdogSeconds, true);
   }
-  if (SetupLocaleSupport(&ctx)) EnableUtf8Modes(soap);
-  ApplyReadOnlyFlag(&ctx);
+  if (setupLocaleSupport(&ctx)) enableUtf8Modes(soap);
+  applyReadOnlyFlag(&ctx);
 
-  g_syslog->info(0, "Service incoming requests");
-  RunRequestLoop(soap, line.fork);
-  Shutdown(&ctx, soap, line.fork);
+  logInfo(kLogAlways, "Service incoming requests");
+  runRequestLoop(soap, line.fork);
+  shutDown(&ctx, soap, line.fork);
   return 0;
 }
+
+}  // namespace wsgated
+
+int main(int argc, char** argv) { return wsgated::runDaemon(argc, argv); }

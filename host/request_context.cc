@@ -7,11 +7,17 @@
 
 #include <memory>
 
-#include "host/service_context.h"
+#include "common/log.h"
+#include "common/service_context.h"
 #include "platform/syslog.h"
 #include "platform/utils.h"
 
 using toolkit::g_syslog;
+
+namespace wsgated {
+
+const char* const kConnxnsNode =
+    "/Software/Data Servers/Connections/BACnet WebServices";
 
 namespace {
 
@@ -19,59 +25,50 @@ const char* const kKnownCallerLocale = "en_US.UTF-8";
 
 // The locale for a new caller: the map entry of the best supported name,
 // or the map's first entry when that name has none. Null with an empty map.
-const std::locale* NegotiatedLocale(ServiceContext* ctx,
+const std::locale* negotiatedLocale(ServiceContext* ctx,
                                     const std::string& languages) {
   std::string prime;
-  toolkit::CCds_Utils::getPrimeLocale(ctx->supported_locales, languages, prime);
-  auto found = ctx->locale_map.find(prime);
-  if (found != ctx->locale_map.end()) return &found->second;
-  if (g_syslog) g_syslog->warn(2, "Locale map lookup failed for %s", prime.c_str());
-  if (ctx->locale_map.empty()) return nullptr;
-  return &ctx->locale_map.begin()->second;
+  toolkit::CCds_Utils::getPrimeLocale(ctx->supportedLocales, languages, prime);
+  auto found = ctx->localeMap.find(prime);
+  if (found != ctx->localeMap.end()) return &found->second;
+  logWarning(kLogActivity, "Locale map lookup failed for %s", prime.c_str());
+  if (ctx->localeMap.empty()) return nullptr;
+  return &ctx->localeMap.begin()->second;
 }
 
-void AddNewCaller(ServiceContext* ctx, const RequestIdentity& caller) {
+void addNewCaller(ServiceContext* ctx, const RequestCaller& caller) {
   sockaddr_storage address{};
   std::string host, host2;
   if (toolkit::CCDS_Connxns::HostLookup(caller.address, AF_INET, &address,
-                                        host, host2, g_syslog) != 0 &&
-      g_syslog) {
-    g_syslog->warn(2, "HostLookup failed for %s", caller.address.c_str());
+                                        host, host2, g_syslog) != 0) {
+    logWarning(kLogActivity, "HostLookup failed for %s", caller.address.c_str());
   }
   const std::string scheme = caller.https ? "https" : "http";
-  std::shared_ptr<void> user_data;
-  if (ctx->locale_support) {
-    if (const std::locale* chosen = NegotiatedLocale(ctx, caller.languages)) {
-      ctx->current_locale = *chosen;
-      user_data = std::make_shared<std::locale>(*chosen);
+  std::shared_ptr<void> userData;
+  if (ctx->localeSupport) {
+    if (const std::locale* chosen = negotiatedLocale(ctx, caller.languages)) {
+      ctx->currentLocale = *chosen;
+      userData = std::make_shared<std::locale>(*chosen);
     }
   }
   unsigned number = ctx->connxns.AddConnxn(scheme, caller.address, host, host2,
-                                           caller.user, user_data);
-  if (number != 0 && g_syslog) {
+                                           caller.user, userData);
+  if (number != 0) {
     const std::string who = caller.user + "@" + scheme + ":" + caller.address;
-    g_syslog->info(2, "New wsgated connection %u for %s", number, who.c_str());
+    logInfo(kLogActivity, "New wsgated connection %u for %s", number, who.c_str());
   }
 }
 
 }  // namespace
 
-const char* RequestUser() {
-  const char* user = getenv("REMOTE_USER");
-  return user != nullptr ? user : "";
-}
-
-const char* RequestAddress() {
-  const char* address = getenv("REMOTE_ADDR");
-  return address != nullptr ? address : "";
-}
-
-void SetupRequestContext(ServiceContext* ctx, const RequestIdentity& caller) {
-  if (ctx->connxns.FindUpdateConnxn(caller.address, nullptr) != 0) {
-    if (ctx->locale_support) {
-      ctx->current_locale = ctx->locale_generator.generate(kKnownCallerLocale);
+void setupRequestContext(ServiceContext* ctx) {
+  if (ctx->connxns.FindUpdateConnxn(ctx->caller.address, nullptr) != 0) {
+    if (ctx->localeSupport) {
+      ctx->currentLocale = ctx->localeGenerator.generate(kKnownCallerLocale);
     }
     return;
   }
-  AddNewCaller(ctx, caller);
+  addNewCaller(ctx, ctx->caller);
 }
+
+}  // namespace wsgated

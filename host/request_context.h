@@ -9,25 +9,17 @@
 #ifndef HOST_REQUEST_CONTEXT_H_
 #define HOST_REQUEST_CONTEXT_H_
 
-#include <string>
+namespace wsgated {
 
 struct ServiceContext;
 
-// What the loop knows of the caller of the request being served.
-struct RequestIdentity {
-  std::string address;    // REMOTE_ADDR, at most 64 characters
-  std::string user;       // REMOTE_USER, at most 64 characters
-  bool https = false;     // HTTPS == "on"
-  std::string languages;  // HTTP_ACCEPT_LANGUAGE or "en_US.UTF-8"
-};
+// The connection table's node: ".../Connections/BACnet WebServices".
+extern const char* const kConnxnsNode;
 
-// The exported identity of the request being served, "" when it has none
-// (the web server sent no user, or no request is being served).
-const char* RequestUser();     // REMOTE_USER
-const char* RequestAddress();  // REMOTE_ADDR
-
-// Record the caller in ctx->connxns and set ctx->current_locale (only when
+// Record ctx->caller in ctx->connxns and set ctx->currentLocale (only when
 // locale support is set up).
-void SetupRequestContext(ServiceContext* ctx, const RequestIdentity& caller);
+void setupRequestContext(ServiceContext* ctx);
+
+}  // namespace wsgated
 
 #endif  // HOST_REQUEST_CONTEXT_H_

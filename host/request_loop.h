@@ -12,13 +12,17 @@
 
 struct soap;
 
+namespace wsgated {
+
 // The listening socket's path: $WSGATED_SOCKET or "/tmp/wsgated.socket".
-std::string FcgiSocketPath();
+std::string fcgiSocketPath();
 
 // Serve requests until the termination flag is set (returns 0). Returns a
 // negative value when FastCGI or the socket cannot be set up, and the
 // engine's fault-sending result when accepting a request failed.
 // `background` enables the watchdog ping.
-int RunRequestLoop(struct soap* soap, bool background);
+int runRequestLoop(struct soap* soap, bool background);
+
+}  // namespace wsgated
 
 #endif  // HOST_REQUEST_LOOP_H_

@@ -6,12 +6,12 @@
 
 #include <exception>
 
-#include "platform/syslog.h"
+#include "common/log.h"
 
 // Generated from the contract: dispatch by the body's first element.
 SOAP_FMAC5 int SOAP_FMAC6 soap_serve_request(struct soap* soap);
 
-using toolkit::g_syslog;
+namespace wsgated {
 
 namespace {
 
@@ -19,13 +19,13 @@ namespace {
 // reply may follow; lower ones (engine errors, HTTP statuses) get a fault.
 const int kLastFaultCode = 999;
 
-int ReleaseRequestMemory(struct soap* soap) {
+int releaseRequestMemory(struct soap* soap) {
   soap_destroy(soap);
   soap_end(soap);
   return 0;
 }
 
-int ParseAndDispatch(struct soap* soap) {
+int parseAndDispatch(struct soap* soap) {
   if (soap_envelope_begin_in(soap) || soap_recv_header(soap) ||
       soap_body_begin_in(soap) || soap_serve_request(soap)) {
     return soap->error;
@@ -36,29 +36,29 @@ int ParseAndDispatch(struct soap* soap) {
 
 }  // namespace
 
-int ServeSoapMessage(struct soap* soap) {
+int serveSoapMessage(struct soap* soap) {
   try {
     soap_begin(soap);
     if (soap_begin_recv(soap)) {
-      if (g_syslog) {
-        g_syslog->err(0, "Failed on soap_begin_recv, soap->error = 0x%X; ",
-                      static_cast<unsigned>(soap->error));
-      }
+      logError(kLogAlways, "Failed on soap_begin_recv, soap->error = 0x%X; ",
+               static_cast<unsigned>(soap->error));
       if (soap->error <= kLastFaultCode) soap_send_fault(soap);
       soap_closesock(soap);
-      return ReleaseRequestMemory(soap);
+      return releaseRequestMemory(soap);
     }
-    if (ParseAndDispatch(soap) != SOAP_OK) {
-      if (g_syslog) g_syslog->err(0, "Failed in soap processing; ");
+    if (parseAndDispatch(soap) != SOAP_OK) {
+      logError(kLogAlways, "Failed in soap processing; ");
       soap_send_fault(soap);
     }
-    return ReleaseRequestMemory(soap);
+    return releaseRequestMemory(soap);
   } catch (const std::exception& e) {
-    if (g_syslog) g_syslog->err(0, "Exception in soap_serve processing: %s", e.what());
+    logError(kLogAlways, "Exception in soap_serve processing: %s", e.what());
     // A throw can leave the engine without an error, and the engine sends
     // no fault for "no error": the caller would get no answer at all.
     if (soap->error == SOAP_OK) soap->error = SOAP_SVR_FAULT;
     soap_send_fault(soap);
-    return ReleaseRequestMemory(soap);
+    return releaseRequestMemory(soap);
   }
 }
+
+}  // namespace wsgated

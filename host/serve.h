@@ -9,9 +9,13 @@
 
 struct soap;
 
+namespace wsgated {
+
 // Parse the request on the engine's input, dispatch it and send the
 // response or a fault. Always returns 0: failures are logged and answered.
 // The engine's per-request memory is released before returning.
-int ServeSoapMessage(struct soap* soap);
+int serveSoapMessage(struct soap* soap);
+
+}  // namespace wsgated
 
 #endif  // HOST_SERVE_H_

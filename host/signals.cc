@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <cstring>
 
+namespace wsgated {
+
 volatile sig_atomic_t g_terminate = 0;
 
 namespace {
@@ -22,29 +24,29 @@ const int kCrashSignals[] = {SIGQUIT, SIGILL,  SIGTRAP, SIGABRT,
 const int kMaxFrames = 512;
 const size_t kMaxFrameText = 384;
 
-void OnTermination(int signal_number) {
-  if (signal_number > 0 && signal_number < 32 &&
-      ((kTerminationMask >> signal_number) & 1) != 0) {
+void onTermination(int signalNumber) {
+  if (signalNumber > 0 && signalNumber < 32 &&
+      ((kTerminationMask >> signalNumber) & 1) != 0) {
     g_terminate = 1;
   }
 }
 
-void OnCrash(int signal_number, siginfo_t*, void*) {
-  WriteBackTrace(strsignal(signal_number));
-  exit(signal_number);
+void onCrash(int signalNumber, siginfo_t*, void*) {
+  writeBackTrace(strsignal(signalNumber));
+  exit(signalNumber);
 }
 
-void SetDisposition(int signal_number, void (*handler)(int)) {
+void setDisposition(int signalNumber, void (*handler)(int)) {
   struct sigaction action;
   memset(&action, 0, sizeof action);
   action.sa_handler = handler;
   sigemptyset(&action.sa_mask);
-  sigaction(signal_number, &action, nullptr);
+  sigaction(signalNumber, &action, nullptr);
 }
 
 // The mangled symbol of a frame text "file(symbol+0x12) [0x...]": after the
 // first "(" up to the next "+" or ")". Empty when there is none.
-void ExtractSymbol(const char* frame, char* symbol, size_t size) {
+void extractSymbol(const char* frame, char* symbol, size_t size) {
   symbol[0] = '\0';
   const char* open = strchr(frame, '(');
   if (open == nullptr) return;
@@ -54,7 +56,7 @@ void ExtractSymbol(const char* frame, char* symbol, size_t size) {
   symbol[length] = '\0';
 }
 
-void WriteFrame(long index, const char* frame) {
+void writeFrame(long index, const char* frame) {
   if (strstr(frame, " [0x") == nullptr) {
     fprintf(stderr, "[%ld] %s \n", index, frame);
     syslog(LOG_CRIT, "[%ld] %s ", index, frame);
@@ -63,7 +65,7 @@ void WriteFrame(long index, const char* frame) {
   char text[kMaxFrameText + 1];
   snprintf(text, sizeof text, "%s", frame);
   char symbol[kMaxFrameText + 1];
-  ExtractSymbol(text, symbol, sizeof symbol);
+  extractSymbol(text, symbol, sizeof symbol);
   int status = -1;
   char* demangled = abi::__cxa_demangle(symbol, nullptr, nullptr, &status);
   if (status == 0 && demangled != nullptr) {
@@ -80,47 +82,49 @@ void WriteFrame(long index, const char* frame) {
 
 }  // namespace
 
-void InstallTerminationHandler() {
-  for (int signal_number : kTerminationSignals) {
-    SetDisposition(signal_number, OnTermination);
+void installTerminationHandler() {
+  for (int signalNumber : kTerminationSignals) {
+    setDisposition(signalNumber, onTermination);
   }
 }
 
-void InstallCrashHandler() {
+void installCrashHandler() {
   // Blocked while being replaced, so a fault between two sigaction calls
   // cannot reach a half-installed set.
   sigset_t blocked;
   sigemptyset(&blocked);
-  for (int signal_number : kCrashSignals) sigaddset(&blocked, signal_number);
+  for (int signalNumber : kCrashSignals) sigaddset(&blocked, signalNumber);
   sigprocmask(SIG_BLOCK, &blocked, nullptr);
-  for (int signal_number : kCrashSignals) {
+  for (int signalNumber : kCrashSignals) {
     struct sigaction action;
     memset(&action, 0, sizeof action);
-    action.sa_sigaction = OnCrash;
+    action.sa_sigaction = onCrash;
     action.sa_flags = SA_SIGINFO;
     sigemptyset(&action.sa_mask);
-    sigaction(signal_number, &action, nullptr);
+    sigaction(signalNumber, &action, nullptr);
   }
   sigprocmask(SIG_UNBLOCK, &blocked, nullptr);
 }
 
-void RestoreTerminationDefaults() {
-  for (int signal_number : kTerminationSignals) {
-    SetDisposition(signal_number, SIG_DFL);
+void restoreTerminationDefaults() {
+  for (int signalNumber : kTerminationSignals) {
+    setDisposition(signalNumber, SIG_DFL);
   }
 }
 
-void WriteBackTrace(const char* signal_name) {
+void writeBackTrace(const char* signalName) {
   void* frames[kMaxFrames];
   int count = backtrace(frames, kMaxFrames);
   char** texts = backtrace_symbols(frames, count);
-  fprintf(stderr, "\n###### BACK TRACE START (%s) ######\n", signal_name);
-  syslog(LOG_CRIT, "###### BACK TRACE START (%s) ######", signal_name);
+  fprintf(stderr, "\n###### BACK TRACE START (%s) ######\n", signalName);
+  syslog(LOG_CRIT, "###### BACK TRACE START (%s) ######", signalName);
   for (int i = 0; texts != nullptr && i < count; ++i) {
-    WriteFrame(i, texts[i]);
+    writeFrame(i, texts[i]);
   }
-  fprintf(stderr, "###### BACK TRACE END (%s) ######\n", signal_name);
-  syslog(LOG_CRIT, "###### BACK TRACE END (%s) ######", signal_name);
+  fprintf(stderr, "###### BACK TRACE END (%s) ######\n", signalName);
+  syslog(LOG_CRIT, "###### BACK TRACE END (%s) ######", signalName);
   fflush(stderr);
   free(texts);
 }
+
+}  // namespace wsgated

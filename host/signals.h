@@ -12,19 +12,23 @@
 
 #include <csignal>
 
+namespace wsgated {
+
 // Set by the termination handler; read by the request loop.
 extern volatile sig_atomic_t g_terminate;
 
 // SIGHUP, SIGINT, SIGQUIT, SIGTERM -> set g_terminate.
-void InstallTerminationHandler();
+void installTerminationHandler();
 // SIGQUIT, SIGILL, SIGTRAP, SIGABRT, SIGBUS, SIGFPE, SIGSEGV, SIGSTKFLT ->
 // back trace and exit(signal number).
-void InstallCrashHandler();
+void installCrashHandler();
 // Give SIGHUP, SIGINT, SIGQUIT and SIGTERM their default disposition again.
-void RestoreTerminationDefaults();
+void restoreTerminationDefaults();
 
 // Write the current back trace, framed by start/end lines naming
-// `signal_name`, to standard error and to syslog(3) at LOG_CRIT.
-void WriteBackTrace(const char* signal_name);
+// `signalName`, to standard error and to syslog(3) at LOG_CRIT.
+void writeBackTrace(const char* signalName);
+
+}  // namespace wsgated
 
 #endif  // HOST_SIGNALS_H_

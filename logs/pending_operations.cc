@@ -1,4 +1,4 @@
-// pending_operations.cc - Event and alarm logs operations not provided yet.
+// Operations of this folder that are not served yet.
 //
 // Each answers a SOAP server fault naming itself, so a client can tell a
 // missing operation from a failed one.  An operation moves out of this
@@ -9,15 +9,15 @@
 
 int __nsqv__getEventLog(struct soap* soap, struct _nsqv__getEventLog*,
     struct _nsqv__getEventLogResponse&) {
-  return operation_not_available(soap, "getEventLog");
+  return wsgated::operationNotAvailable(soap, "getEventLog");
 }
 
 int __nsqv__getDeltaLog(struct soap* soap, struct _nsqv__getDeltaLog*,
     struct _nsqv__getDeltaLogResponse&) {
-  return operation_not_available(soap, "getDeltaLog");
+  return wsgated::operationNotAvailable(soap, "getDeltaLog");
 }
 
 int __nsqv__getActiveAlarms(struct soap* soap, struct _nsqv__getActiveAlarms*,
     struct _nsqv__getActiveAlarmsResponse&) {
-  return operation_not_available(soap, "getActiveAlarms");
+  return wsgated::operationNotAvailable(soap, "getActiveAlarms");
 }

@@ -110,19 +110,20 @@ class CPath {
   static std::string PathToNodeName(const std::string& path);
   static std::string DottedPathToNodePath(const std::string& name);
 
-  // Authorization of the user named by the environment variable REMOTE_USER
-  // (the anonymous role when it is unset or empty) for this path. Roles and
-  // access rules live in the store under "/Software/Security"
+  // Authorization of `user` (the anonymous role when empty) for this path.
+  // The caller names the user: a web service passes the REMOTE_USER its web
+  // server authenticated, a companion process the user it acts for. Roles
+  // and access rules live in the store under "/Software/Security"
   // (security.h). An invalid path is never authorised.
   // is_admin_authorized asks whether the user may change the store's
   // structure at this path (create nodes, write any attribute through the
   // administration operations): an Administrator who passes the path's
   // Write rule.
-  bool is_read_authorized(CCds& cds) const;
-  bool is_write_authorized(CCds& cds) const;
-  bool is_remove_authorized(CCds& cds) const;
-  bool is_admin_authorized(CCds& cds) const;
-  bool is_reset_authorized(CCds& cds) const;
+  bool is_read_authorized(CCds& cds, const std::string& user) const;
+  bool is_write_authorized(CCds& cds, const std::string& user) const;
+  bool is_remove_authorized(CCds& cds, const std::string& user) const;
+  bool is_admin_authorized(CCds& cds, const std::string& user) const;
+  bool is_reset_authorized(CCds& cds, const std::string& user) const;
 
  private:
   std::string original_;

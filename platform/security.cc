@@ -265,24 +265,24 @@ bool pcd_authorize(CCds& cds, const char* user, pcd_access_t access,
   }
 }
 
-bool CPath::is_read_authorized(CCds& cds) const {
-  return pcd_authorize(cds, getenv("REMOTE_USER"), PCD_ACCESS_READ, *this);
+bool CPath::is_read_authorized(CCds& cds, const std::string& user) const {
+  return pcd_authorize(cds, user.c_str(), PCD_ACCESS_READ, *this);
 }
 
-bool CPath::is_write_authorized(CCds& cds) const {
-  return pcd_authorize(cds, getenv("REMOTE_USER"), PCD_ACCESS_WRITE, *this);
+bool CPath::is_write_authorized(CCds& cds, const std::string& user) const {
+  return pcd_authorize(cds, user.c_str(), PCD_ACCESS_WRITE, *this);
 }
 
-bool CPath::is_remove_authorized(CCds& cds) const {
-  return pcd_authorize(cds, getenv("REMOTE_USER"), PCD_ACCESS_REMOVE, *this);
+bool CPath::is_remove_authorized(CCds& cds, const std::string& user) const {
+  return pcd_authorize(cds, user.c_str(), PCD_ACCESS_REMOVE, *this);
 }
 
-bool CPath::is_admin_authorized(CCds& cds) const {
-  return pcd_authorize(cds, getenv("REMOTE_USER"), PCD_ACCESS_ADMIN, *this);
+bool CPath::is_admin_authorized(CCds& cds, const std::string& user) const {
+  return pcd_authorize(cds, user.c_str(), PCD_ACCESS_ADMIN, *this);
 }
 
-bool CPath::is_reset_authorized(CCds& cds) const {
-  return pcd_authorize(cds, getenv("REMOTE_USER"), PCD_ACCESS_RESET, *this);
+bool CPath::is_reset_authorized(CCds& cds, const std::string& user) const {
+  return pcd_authorize(cds, user.c_str(), PCD_ACCESS_RESET, *this);
 }
 
 }  // namespace toolkit

@@ -48,8 +48,11 @@ class CSysLog {
 
   bool enabled(int message_level) const { return level >= message_level; }
 
- private:
+  // One line at syslog `priority` from a va_list; not gated (the callers
+  // above, and wrappers of their own, check enabled() first).
   void vlog(int priority, const char* format, va_list args);
+
+ private:
 
   std::string ident_;
   bool perror_;

@@ -1,4 +1,4 @@
-// pending_operations.cc - Subscriptions and alarm acknowledgement operations not provided yet.
+// Operations of this folder that are not served yet.
 //
 // Each answers a SOAP server fault naming itself, so a client can tell a
 // missing operation from a failed one.  An operation moves out of this
@@ -9,25 +9,25 @@
 
 int __nsc1__createSubscription(struct soap* soap, struct _nsc1__createSubscription*,
     struct _nsc1__createSubscriptionResponse&) {
-  return operation_not_available(soap, "createSubscription");
+  return wsgated::operationNotAvailable(soap, "createSubscription");
 }
 
 int __nsc1__updateSubscriptionRealTimeNodes(struct soap* soap, struct _nsc1__updateSubscriptionRealTimeNodes*,
     struct _nsc1__updateSubscriptionRealTimeNodesResponse&) {
-  return operation_not_available(soap, "updateSubscriptionRealTimeNodes");
+  return wsgated::operationNotAvailable(soap, "updateSubscriptionRealTimeNodes");
 }
 
 int __nsc1__cancelSubscription(struct soap* soap, struct _nsc1__cancelSubscription*,
     struct _nsc1__cancelSubscriptionResponse&) {
-  return operation_not_available(soap, "cancelSubscription");
+  return wsgated::operationNotAvailable(soap, "cancelSubscription");
 }
 
 int __nst1__getSubscribedNodes(struct soap* soap, struct _nst1__getSubscribedNodes*,
     struct _nst1__getSubscribedNodesResponse&) {
-  return operation_not_available(soap, "getSubscribedNodes");
+  return wsgated::operationNotAvailable(soap, "getSubscribedNodes");
 }
 
 int __nsc1__acknowledgeAlarm(struct soap* soap, struct _nsc1__acknowledgeAlarm*,
     struct _nsc1__acknowledgeAlarmResponse&) {
-  return operation_not_available(soap, "acknowledgeAlarm");
+  return wsgated::operationNotAvailable(soap, "acknowledgeAlarm");
 }

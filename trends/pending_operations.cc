@@ -1,4 +1,4 @@
-// pending_operations.cc - Trend operations not provided yet.
+// Operations of this folder that are not served yet.
 //
 // Each answers a SOAP server fault naming itself, so a client can tell a
 // missing operation from a failed one.  An operation moves out of this
@@ -9,15 +9,15 @@
 
 int __nsqv__getTrendPeriods(struct soap* soap, struct _nsqv__getTrendPeriods*,
     struct _nsqv__getTrendPeriodsResponse&) {
-  return operation_not_available(soap, "getTrendPeriods");
+  return wsgated::operationNotAvailable(soap, "getTrendPeriods");
 }
 
 int __nsqv__getDeviceTrendParams(struct soap* soap, struct _nsqv__getDeviceTrendParams*,
     struct _nsqv__getDeviceTrendParamsResponse&) {
-  return operation_not_available(soap, "getDeviceTrendParams");
+  return wsgated::operationNotAvailable(soap, "getDeviceTrendParams");
 }
 
 int __nsqv__getTrendData(struct soap* soap, struct _nsqv__getTrendData*,
     struct _nsqv__getTrendDataResponse&) {
-  return operation_not_available(soap, "getTrendData");
+  return wsgated::operationNotAvailable(soap, "getTrendData");
 }

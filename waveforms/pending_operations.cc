@@ -1,4 +1,4 @@
-// pending_operations.cc - Waveform operations not provided yet.
+// Operations of this folder that are not served yet.
 //
 // Each answers a SOAP server fault naming itself, so a client can tell a
 // missing operation from a failed one.  An operation moves out of this
@@ -9,10 +9,10 @@
 
 int __nsqv__getWaveformConfig(struct soap* soap, struct _nsqv__getWaveformConfig*,
     struct _nsqv__getWaveConfigResponse&) {
-  return operation_not_available(soap, "getWaveformConfig");
+  return wsgated::operationNotAvailable(soap, "getWaveformConfig");
 }
 
 int __nsqv__getWaveformData(struct soap* soap, struct _nsqv__getWaveformData*,
     struct _nsqv__getWaveDataResponse&) {
-  return operation_not_available(soap, "getWaveformData");
+  return wsgated::operationNotAvailable(soap, "getWaveformData");
 }

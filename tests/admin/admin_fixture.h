@@ -13,12 +13,14 @@
 
 #include "admin/reboot.h"
 #include "platform/cds.h"
-#include "tests/core/core_fixture.h"
+#include "tests/common/service_fixture.h"
 
-class AdminTest : public CoreTest {
+namespace wsgated {
+
+class AdminTest : public ServiceTest {
  protected:
   void SetUp() override {
-    CoreTest::SetUp();
+    ServiceTest::SetUp();
     setenv(kRebootCommandVariable, (dir_ + "/no-such-reboot").c_str(), 1);
     Seed("[/Devices/Dev1]\nNodeType = Device\n"
          "[/Devices/Dev1/Point]\nNodeType = Point\nValueType = Integer\n"
@@ -27,7 +29,7 @@ class AdminTest : public CoreTest {
 
   void TearDown() override {
     unsetenv(kRebootCommandVariable);
-    CoreTest::TearDown();
+    ServiceTest::TearDown();
   }
 
   // The stored text of a leaf, or "<missing>" when it cannot be read.
@@ -58,5 +60,7 @@ class AdminTest : public CoreTest {
     return false;
   }
 };
+
+}  // namespace wsgated
 
 #endif  // TESTS_ADMIN_ADMIN_FIXTURE_H_

@@ -7,6 +7,8 @@
 #include "admin/node_admin.h"
 #include "tests/admin/admin_fixture.h"
 
+namespace wsgated {
+
 namespace {
 
 class CreateNodeTest : public AdminTest {
@@ -90,3 +92,5 @@ TEST_F(CreateNodeTest, ErrorResultsFollowTheOptions) {
 }
 
 }  // namespace
+
+}  // namespace wsgated

@@ -5,8 +5,10 @@
 #include <vector>
 
 #include "admin/node_admin.h"
-#include "core/write_path.h"
+#include "common/write_path.h"
 #include "tests/admin/admin_fixture.h"
+
+namespace wsgated {
 
 namespace {
 
@@ -48,7 +50,7 @@ TEST_F(RefusalTest, OthersThanAdministratorsChangeNothing) {
     EXPECT_EQ(refused, CallEveryOperation());
     EXPECT_EQ(before, Snapshot());
   }
-  SetCaller(nullptr, nullptr);
+  SetCaller("", "");
   EXPECT_EQ(refused, CallEveryOperation());
   EXPECT_EQ(before, Snapshot());
   EXPECT_TRUE(LogHas("Unauthorized attempt to write to "
@@ -84,3 +86,5 @@ TEST_F(RefusalTest, OrdinaryWriteRightsAreNotEnough) {
 }
 
 }  // namespace
+
+}  // namespace wsgated

@@ -5,6 +5,8 @@
 #include "admin/node_admin.h"
 #include "tests/admin/admin_fixture.h"
 
+namespace wsgated {
+
 namespace {
 
 class RemoveNodeTest : public AdminTest {
@@ -51,3 +53,5 @@ TEST_F(RemoveNodeTest, WhatTheStoreCannotRemoveIsError9) {
 }
 
 }  // namespace
+
+}  // namespace wsgated

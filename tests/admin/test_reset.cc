@@ -14,8 +14,10 @@
 
 #include "admin/node_admin.h"
 #include "admin/reboot.h"
-#include "core/write_path.h"
+#include "common/write_path.h"
 #include "tests/admin/admin_fixture.h"
+
+namespace wsgated {
 
 namespace {
 
@@ -37,7 +39,7 @@ class ResetTest : public AdminTest {
     return text.str();
   }
 
-  // Run execReboot in a child and return the child's wait status. A child
+  // run execReboot in a child and return the child's wait status. A child
   // whose exec failed exits with 100 + errno.
   int RebootInChild() {
     const pid_t pid = fork();
@@ -98,3 +100,5 @@ TEST_F(ResetTest, RefusedResetLogsNothingInTheDevicesLog) {
 }
 
 }  // namespace
+
+}  // namespace wsgated

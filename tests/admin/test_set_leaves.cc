@@ -4,8 +4,10 @@
 #include <vector>
 
 #include "admin/node_admin.h"
-#include "core/write_path.h"
+#include "common/write_path.h"
 #include "tests/admin/admin_fixture.h"
+
+namespace wsgated {
 
 namespace {
 
@@ -89,3 +91,5 @@ TEST_F(SetLeavesTest, MalformedPathKeepsItsOwnError) {
 }
 
 }  // namespace
+
+}  // namespace wsgated

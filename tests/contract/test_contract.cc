@@ -146,7 +146,7 @@ TEST(PendingOperation, FaultNamesTheOperation) {
   std::ostringstream out;
   soap->os = &out;
   soap_set_version(soap, 2);
-  soap->error = operation_not_available(soap, "getValue");
+  soap->error = wsgated::operationNotAvailable(soap, "getValue");
   EXPECT_EQ(SOAP_FAULT, soap->error);
   soap_send_fault(soap);
   soap->os = nullptr;

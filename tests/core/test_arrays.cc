@@ -6,9 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "common/service_options.h"
 #include "core/arrays.h"
-#include "core/service_options.h"
-#include "tests/core/core_fixture.h"
+#include "tests/common/service_fixture.h"
+
+namespace wsgated {
 
 namespace {
 
@@ -33,10 +35,10 @@ const char kLists[] =
     "ValueType = String\n"
     "Value = \n";
 
-class ArraysTest : public CoreTest {
+class ArraysTest : public ServiceTest {
  protected:
   void SetUp() override {
-    CoreTest::SetUp();
+    ServiceTest::SetUp();
     Seed(kLists);
   }
 
@@ -157,3 +159,5 @@ TEST_F(ArraysTest, RangeDropsASingleItemThatStartsWithTheErrorPrefix) {
 }
 
 }  // namespace
+
+}  // namespace wsgated

@@ -5,7 +5,9 @@
 #include <vector>
 
 #include "discovery/attribute_search.h"
-#include "tests/core/core_fixture.h"
+#include "tests/common/service_fixture.h"
+
+namespace wsgated {
 
 namespace {
 
@@ -25,14 +27,14 @@ const char kPlant[] =
 
 using Paths = std::vector<std::string>;
 
-class AttributeSearchTest : public CoreTest {
+class AttributeSearchTest : public ServiceTest {
  protected:
   void SetUp() override {
-    CoreTest::SetUp();
+    ServiceTest::SetUp();
     Seed(kPlant);
   }
 
-  AttributeMatches Find(const std::string& start, bool recursive,
+  AttributeMatches find(const std::string& start, bool recursive,
                         const std::string& pattern,
                         const std::string& attribute = "DisplayName",
                         const std::string& optionsText = "") {
@@ -43,19 +45,19 @@ class AttributeSearchTest : public CoreTest {
     query.pattern = pattern;
     AttributeMatches matches;
     matches.result = "not cleared";
-    FindAttributeMatches(ctx_.get(), Options(optionsText), query, matches);
+    findAttributeMatches(ctx_.get(), Options(optionsText), query, matches);
     EXPECT_EQ(matches.nodes.size(), matches.data.size());
     return matches;
   }
 
   Paths Nodes(const std::string& start, bool recursive,
               const std::string& pattern) {
-    return Find(start, recursive, pattern).nodes;
+    return find(start, recursive, pattern).nodes;
   }
 };
 
 TEST_F(AttributeSearchTest, EmptyPatternTakesEveryReadableValueDepthFirst) {
-  const AttributeMatches matches = Find("/Plant", true, "");
+  const AttributeMatches matches = find("/Plant", true, "");
   EXPECT_EQ("", matches.result);
   EXPECT_EQ((Paths{"/Plant", "/Plant/A", "/Plant/A/Deep", "/Plant/B",
                    "/Plant/Err"}),
@@ -89,12 +91,12 @@ TEST_F(AttributeSearchTest, MissingAttributeIsNeverMatched) {
   EXPECT_TRUE(Nodes("/Plant/C", false, "").empty());
   EXPECT_TRUE(Nodes("/Plant", true, "Not Found").empty());
   EXPECT_TRUE(Nodes("/Plant", true, "^\\?").empty());
-  EXPECT_TRUE(Find("/Plant", true, "", "NoSuchAttribute").nodes.empty());
+  EXPECT_TRUE(find("/Plant", true, "", "NoSuchAttribute").nodes.empty());
 }
 
 TEST_F(AttributeSearchTest, TextsWithTheErrorPrefixAreNeverMatched) {
   const AttributeMatches matches =
-      Find("/Plant", true, "", "DisplayName", "errorPrefix=ERR");
+      find("/Plant", true, "", "DisplayName", "errorPrefix=ERR");
   // The missing leaf reads "ERR? 9 ...", and a value that merely begins
   // with the prefix is taken for an error result too.
   EXPECT_EQ((Paths{"/Plant", "/Plant/A", "/Plant/A/Deep", "/Plant/B"}),
@@ -103,7 +105,7 @@ TEST_F(AttributeSearchTest, TextsWithTheErrorPrefixAreNeverMatched) {
 
 TEST_F(AttributeSearchTest, ClientErrorStringIsNotRecognisedAsAnError) {
   const AttributeMatches matches =
-      Find("/Plant/C", false, "", "DisplayName", "errorString=N/A");
+      find("/Plant/C", false, "", "DisplayName", "errorString=N/A");
   EXPECT_EQ((Paths{"/Plant/C"}), matches.nodes);
   EXPECT_EQ((Paths{"N/A"}), matches.data);
 }
@@ -119,14 +121,14 @@ TEST_F(AttributeSearchTest, UnreadableNodesAreNotMatched) {
 
 TEST_F(AttributeSearchTest, EmptyAttributeReadsTheValue) {
   Seed("[/Plant/B]\nValueType = Real\nValue = 230.4\n");
-  const AttributeMatches matches = Find("/Plant", true, "^230", "");
+  const AttributeMatches matches = find("/Plant", true, "^230", "");
   EXPECT_EQ((Paths{"/Plant/B"}), matches.nodes);
   EXPECT_EQ((Paths{"230.4"}), matches.data);
 }
 
 TEST_F(AttributeSearchTest, InvalidPatternGivesEmptyResultAndNoMatches) {
   for (const char* pattern : {"(", "[a-", "a{2,1}", "*"}) {
-    const AttributeMatches matches = Find("/Plant", true, pattern);
+    const AttributeMatches matches = find("/Plant", true, pattern);
     EXPECT_EQ("", matches.result) << pattern;
     EXPECT_TRUE(matches.nodes.empty()) << pattern;
   }
@@ -137,7 +139,7 @@ TEST_F(AttributeSearchTest, CatastrophicPatternEndsWithoutMatches) {
   Seed("[/Plant/Long1]\nDisplayName = " + runaway + "\n"
        "[/Plant/Long2]\nDisplayName = " + runaway + "\n"
        "[/Plant/Long3]\nDisplayName = " + runaway + "\n");
-  const AttributeMatches matches = Find("/Plant", true, "(a+)+$");
+  const AttributeMatches matches = find("/Plant", true, "(a+)+$");
   EXPECT_EQ("", matches.result);
   EXPECT_TRUE(matches.nodes.empty());
   EXPECT_TRUE(LogHas("Exception in regular expression matching = "
@@ -157,7 +159,7 @@ TEST_F(AttributeSearchTest, SpentSearchStopsWalkingAndLogsOnce) {
   query.attribute = "DisplayName";
   query.pattern = "a";
   AttributeMatches matches;
-  FindAttributeMatches(ctx_.get(), Options(""), query, matches, spent);
+  findAttributeMatches(ctx_.get(), Options(""), query, matches, spent);
   EXPECT_EQ("", matches.result);
   EXPECT_TRUE(matches.nodes.empty());
   const std::string log = Log();
@@ -174,7 +176,7 @@ TEST_F(AttributeSearchTest, DeepTreeIsWalkedToTheBottom) {
   std::string deepest;
   while (deepest.size() + 2 + leaf.size() <= 1024) deepest += "/a";
   Seed("[" + deepest + "]\nDisplayName = bottom\n");
-  const AttributeMatches named = Find("/a", true, "", "Name");
+  const AttributeMatches named = find("/a", true, "", "Name");
   EXPECT_EQ(deepest.size() / 2, named.nodes.size());
   ASSERT_FALSE(named.nodes.empty());
   EXPECT_EQ(deepest, named.nodes.back());
@@ -182,3 +184,5 @@ TEST_F(AttributeSearchTest, DeepTreeIsWalkedToTheBottom) {
 }
 
 }  // namespace
+
+}  // namespace wsgated

@@ -9,19 +9,21 @@
 
 #include "discovery/device_clock.h"
 
+namespace wsgated {
+
 namespace {
 
-TEST(TimeZoneName, DaylightNameOnlyWhileInForceAndKnown) {
-  EXPECT_EQ("CEST", TimeZoneName("CET", "CEST", true));
-  EXPECT_EQ("CET", TimeZoneName("CET", "CEST", false));
-  EXPECT_EQ("CET", TimeZoneName("CET", "", true));
-  EXPECT_EQ("CET", TimeZoneName("CET", nullptr, true));
+TEST(timeZoneName, DaylightNameOnlyWhileInForceAndKnown) {
+  EXPECT_EQ("CEST", timeZoneName("CET", "CEST", true));
+  EXPECT_EQ("CET", timeZoneName("CET", "CEST", false));
+  EXPECT_EQ("CET", timeZoneName("CET", "", true));
+  EXPECT_EQ("CET", timeZoneName("CET", nullptr, true));
 }
 
-TEST(TimeZoneName, NoStandardNameGivesEmpty) {
-  EXPECT_EQ("", TimeZoneName("", "CEST", true));
-  EXPECT_EQ("", TimeZoneName(nullptr, "CEST", true));
-  EXPECT_EQ("", TimeZoneName(nullptr, nullptr, false));
+TEST(timeZoneName, NoStandardNameGivesEmpty) {
+  EXPECT_EQ("", timeZoneName("", "CEST", true));
+  EXPECT_EQ("", timeZoneName(nullptr, "CEST", true));
+  EXPECT_EQ("", timeZoneName(nullptr, nullptr, false));
 }
 
 // Sets TZ for one test and puts the old value back.
@@ -60,7 +62,7 @@ class ZoneTest : public ::testing::Test {
 
 TEST_F(ZoneTest, UtcZone) {
   Use("UTC0");
-  const DeviceClock clock = ReadDeviceClock();
+  const DeviceClock clock = readDeviceClock();
   EXPECT_EQ("UTC", clock.timezone);
   EXPECT_EQ(0, OffsetMinutes(clock));
   EXPECT_GT(clock.utcTime, 1600000000000000LL);  // microseconds since 1970
@@ -68,7 +70,7 @@ TEST_F(ZoneTest, UtcZone) {
 
 TEST_F(ZoneTest, CentralEuropeanZoneReportsTheNameInForce) {
   Use("CET-1CEST,M3.5.0,M10.5.0/3");
-  const DeviceClock clock = ReadDeviceClock();
+  const DeviceClock clock = readDeviceClock();
   if (DaylightNow()) {
     EXPECT_EQ("CEST", clock.timezone);
     EXPECT_EQ(120, OffsetMinutes(clock));
@@ -81,16 +83,18 @@ TEST_F(ZoneTest, CentralEuropeanZoneReportsTheNameInForce) {
 TEST_F(ZoneTest, ZoneAlwaysInDaylightTimeReportsDaylightName) {
   // Daylight time from the first minute of the year to its last.
   Use("STD3DST,J1/0,J365/25");
-  const DeviceClock clock = ReadDeviceClock();
+  const DeviceClock clock = readDeviceClock();
   EXPECT_EQ("DST", clock.timezone);
   EXPECT_EQ(-120, OffsetMinutes(clock));
 }
 
 TEST_F(ZoneTest, ZoneWithoutDaylightTimeReportsStandardName) {
   Use("EST5");
-  const DeviceClock clock = ReadDeviceClock();
+  const DeviceClock clock = readDeviceClock();
   EXPECT_EQ("EST", clock.timezone);
   EXPECT_EQ(-300, OffsetMinutes(clock));
 }
 
 }  // namespace
+
+}  // namespace wsgated

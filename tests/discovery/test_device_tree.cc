@@ -5,7 +5,9 @@
 #include <vector>
 
 #include "discovery/device_tree.h"
-#include "tests/core/core_fixture.h"
+#include "tests/common/service_fixture.h"
+
+namespace wsgated {
 
 namespace {
 
@@ -23,17 +25,17 @@ const char kDevices[] =
     "[/Dev2]\nNodeType = Collection\n"
     "[/Dev2/Inner]\nNodeType = Device\n";
 
-class DeviceTreeTest : public CoreTest {
+class DeviceTreeTest : public ServiceTest {
  protected:
   void SetUp() override {
-    CoreTest::SetUp();
+    ServiceTest::SetUp();
     Seed(kDevices);
   }
 
   std::vector<std::string> Paths(const std::string& start, bool recursive) {
     std::vector<std::string> paths;
     for (const DeviceDescriptor& device :
-         ListDeviceTree(ctx_->cds, start, recursive)) {
+         listDeviceTree(ctx_->cds, start, recursive)) {
       paths.push_back(device.path);
     }
     return paths;
@@ -41,7 +43,7 @@ class DeviceTreeTest : public CoreTest {
 
   DeviceDescriptor Describe(const std::string& device) {
     DeviceDescriptor descriptor;
-    EXPECT_EQ(0, DescribeDevice(ctx_->cds, device, descriptor));
+    EXPECT_EQ(0, describeDevice(ctx_->cds, device, descriptor));
     return descriptor;
   }
 
@@ -58,29 +60,29 @@ class DeviceTreeTest : public CoreTest {
 
 const qrx_time64_t kStamp = 1700000000250000LL;
 
-TEST(InDeviceTree, IsAPlainPrefixTestOnTheText) {
-  EXPECT_TRUE(InDeviceTree("/Dev1", "/Dev1", true));
-  EXPECT_TRUE(InDeviceTree("/Dev10", "/Dev1", true));
-  EXPECT_TRUE(InDeviceTree("/Dev1/A/B", "/Dev1", true));
-  EXPECT_TRUE(InDeviceTree("/anything", "", true));
-  EXPECT_FALSE(InDeviceTree("/Dev", "/Dev1", true));
-  EXPECT_FALSE(InDeviceTree("/dev1", "/Dev1", true));
+TEST(inDeviceTree, IsAPlainPrefixTestOnTheText) {
+  EXPECT_TRUE(inDeviceTree("/Dev1", "/Dev1", true));
+  EXPECT_TRUE(inDeviceTree("/Dev10", "/Dev1", true));
+  EXPECT_TRUE(inDeviceTree("/Dev1/A/B", "/Dev1", true));
+  EXPECT_TRUE(inDeviceTree("/anything", "", true));
+  EXPECT_FALSE(inDeviceTree("/Dev", "/Dev1", true));
+  EXPECT_FALSE(inDeviceTree("/dev1", "/Dev1", true));
 }
 
-TEST(InDeviceTree, WithoutRecursionKeepsNoSlashPastPrefixAndOneCharacter) {
+TEST(inDeviceTree, WithoutRecursionKeepsNoSlashPastPrefixAndOneCharacter) {
   // The character right after the prefix may be the "/" of a child.
-  EXPECT_TRUE(InDeviceTree("/Dev1", "/Dev1", false));
-  EXPECT_TRUE(InDeviceTree("/Dev1/Sub", "/Dev1", false));
-  EXPECT_TRUE(InDeviceTree("/Dev10", "/Dev1", false));
-  EXPECT_FALSE(InDeviceTree("/Dev1/Sub/Leaf", "/Dev1", false));
-  EXPECT_FALSE(InDeviceTree("/Dev10/Sub", "/Dev1", false));
+  EXPECT_TRUE(inDeviceTree("/Dev1", "/Dev1", false));
+  EXPECT_TRUE(inDeviceTree("/Dev1/Sub", "/Dev1", false));
+  EXPECT_TRUE(inDeviceTree("/Dev10", "/Dev1", false));
+  EXPECT_FALSE(inDeviceTree("/Dev1/Sub/Leaf", "/Dev1", false));
+  EXPECT_FALSE(inDeviceTree("/Dev10/Sub", "/Dev1", false));
   // From "": no slash after the second character.
-  EXPECT_TRUE(InDeviceTree("/", "", false));
-  EXPECT_TRUE(InDeviceTree("/Devices", "", false));
-  EXPECT_FALSE(InDeviceTree("/Devices/Meter1", "", false));
+  EXPECT_TRUE(inDeviceTree("/", "", false));
+  EXPECT_TRUE(inDeviceTree("/Devices", "", false));
+  EXPECT_FALSE(inDeviceTree("/Devices/Meter1", "", false));
   // A starting path with its own trailing slash.
-  EXPECT_TRUE(InDeviceTree("/Dev1/Sub", "/Dev1/", false));
-  EXPECT_FALSE(InDeviceTree("/Dev1/Sub/Leaf", "/Dev1/", false));
+  EXPECT_TRUE(inDeviceTree("/Dev1/Sub", "/Dev1/", false));
+  EXPECT_FALSE(inDeviceTree("/Dev1/Sub/Leaf", "/Dev1/", false));
 }
 
 TEST_F(DeviceTreeTest, EmptyStartListsEveryDeviceInListOrder) {
@@ -149,18 +151,20 @@ TEST_F(DeviceTreeTest, MissingLeavesGiveUnknownAndZero) {
 TEST_F(DeviceTreeTest, FailedStoreCallIsLoggedAndReported) {
   toolkit::CCds closed(static_cast<pcd_handle_t>(nullptr));
   DeviceDescriptor descriptor;
-  EXPECT_NE(0, DescribeDevice(closed, "/Dev1", descriptor));
+  EXPECT_NE(0, describeDevice(closed, "/Dev1", descriptor));
   EXPECT_TRUE(LogHas("get_leaves() call failed for /Dev1/NodeType"));
-  DescribeDevice(closed, "/", descriptor);
+  describeDevice(closed, "/", descriptor);
   EXPECT_TRUE(LogHas("get_leaves() call failed for /NodeType"));
   // Nor can the device list be read: no devices, no error.
-  EXPECT_TRUE(ListDeviceTree(closed, "", true).empty());
+  EXPECT_TRUE(listDeviceTree(closed, "", true).empty());
 }
 
-using DeviceTreeWithoutDevicesTest = CoreTest;
+using DeviceTreeWithoutDevicesTest = ServiceTest;
 
 TEST_F(DeviceTreeWithoutDevicesTest, StoreWithoutDevicesGivesNone) {
-  EXPECT_TRUE(ListDeviceTree(ctx_->cds, "", true).empty());
+  EXPECT_TRUE(listDeviceTree(ctx_->cds, "", true).empty());
 }
 
 }  // namespace
+
+}  // namespace wsgated

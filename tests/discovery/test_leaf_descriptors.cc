@@ -5,7 +5,9 @@
 #include <vector>
 
 #include "discovery/leaf_descriptors.h"
-#include "tests/core/core_fixture.h"
+#include "tests/common/service_fixture.h"
+
+namespace wsgated {
 
 namespace {
 
@@ -19,10 +21,10 @@ const char kLeaves[] =
     "[/Software/Security/Access/Service/Read]\nValue = Administrator\n"
     "[/Software/Security/Access/Service/Write]\nValue = Administrator\n";
 
-class LeafDescriptorsTest : public CoreTest {
+class LeafDescriptorsTest : public ServiceTest {
  protected:
   void SetUp() override {
-    CoreTest::SetUp();
+    ServiceTest::SetUp();
     Seed(kLeaves);
   }
 
@@ -31,7 +33,7 @@ class LeafDescriptorsTest : public CoreTest {
                        const std::vector<std::string>& leaves,
                        const std::string& optionsText = "") {
     std::string result;
-    DescribeLeaves(ctx_.get(), Options(optionsText), base, leaves, result,
+    describeLeaves(ctx_.get(), Options(optionsText), base, leaves, result,
                    descriptors_);
     return result;
   }
@@ -107,3 +109,5 @@ TEST_F(LeafDescriptorsTest, FailedStoreCallIsError9WithoutDescriptors) {
 }
 
 }  // namespace
+
+}  // namespace wsgated

@@ -9,6 +9,8 @@
 
 #include "discovery/search_pattern.h"
 
+namespace wsgated {
+
 namespace {
 
 PatternSettings PerText() {
@@ -25,7 +27,7 @@ PatternSettings Spent() {
 }
 
 // Settings whose limit is reached before the first text.
-PatternSettings Exhausted() {
+PatternSettings exhausted() {
   PatternSettings settings = Spent();
   settings.limit = settings.budget;
   return settings;
@@ -34,8 +36,8 @@ PatternSettings Exhausted() {
 TEST(SearchPattern, InvalidPatternIsReportedOnEveryUse) {
   SearchPattern search("(abc");
   std::string first, second;
-  EXPECT_EQ(PatternResult::kBadPattern, search.Search("abc", first));
-  EXPECT_EQ(PatternResult::kBadPattern, search.Search("xyz", second));
+  EXPECT_EQ(PatternResult::kBadPattern, search.search("abc", first));
+  EXPECT_EQ(PatternResult::kBadPattern, search.search("xyz", second));
   EXPECT_NE(std::string::npos, first.find("(abc")) << first;
   EXPECT_EQ(first, second);
 }
@@ -51,8 +53,8 @@ TEST(SearchPattern, CompilingOnceAnswersExactlyAsCompilingPerText) {
     SearchPattern per_text(pattern, PerText());
     for (const std::string& text : texts) {
       std::string once_error, per_text_error;
-      EXPECT_EQ(once.Search(text, once_error),
-                per_text.Search(text, per_text_error))
+      EXPECT_EQ(once.search(text, once_error),
+                per_text.search(text, per_text_error))
           << pattern << " in " << text;
       EXPECT_EQ(once_error, per_text_error) << pattern << " in " << text;
     }
@@ -63,10 +65,10 @@ TEST(SearchPattern, CatastrophicBacktrackingFailsInsteadOfRunning) {
   SearchPattern search("(a+)+$");
   std::string error;
   EXPECT_EQ(PatternResult::kFailed,
-            search.Search(std::string(5000, 'a') + "!", error));
+            search.search(std::string(5000, 'a') + "!", error));
   EXPECT_NE(std::string::npos, error.find("complexity")) << error;
   // The same pattern still answers ordinary texts.
-  EXPECT_EQ(PatternResult::kFound, search.Search("aaa", error));
+  EXPECT_EQ(PatternResult::kFound, search.search("aaa", error));
 }
 
 TEST(SearchPattern, SpentBudgetLeavesOnlyLinearWork) {
@@ -75,37 +77,39 @@ TEST(SearchPattern, SpentBudgetLeavesOnlyLinearWork) {
   const std::string text(100, 'a');
   std::string error;
   SearchPattern fresh("(?:a)*x");
-  EXPECT_EQ(PatternResult::kNotFound, fresh.Search(text, error));
-  EXPECT_FALSE(fresh.BudgetSpent());
+  EXPECT_EQ(PatternResult::kNotFound, fresh.search(text, error));
+  EXPECT_FALSE(fresh.budgetSpent());
   SearchPattern spent("(?:a)*x", Spent());
-  EXPECT_TRUE(spent.BudgetSpent());
-  EXPECT_EQ(PatternResult::kFailed, spent.Search(text, error));
+  EXPECT_TRUE(spent.budgetSpent());
+  EXPECT_EQ(PatternResult::kFailed, spent.search(text, error));
   // Linear searches still find what they look for, also in long texts.
   SearchPattern linear("abc", Spent());
   const std::string long_text(20000, 'a');
-  EXPECT_EQ(PatternResult::kFound, linear.Search(long_text + "abc", error));
-  EXPECT_EQ(PatternResult::kNotFound, linear.Search(long_text, error));
+  EXPECT_EQ(PatternResult::kFound, linear.search(long_text + "abc", error));
+  EXPECT_EQ(PatternResult::kNotFound, linear.search(long_text, error));
 }
 
 TEST(SearchPattern, ReachedLimitRefusesEveryText) {
-  SearchPattern search("abc", Exhausted());
+  SearchPattern search("abc", exhausted());
   std::string error;
-  EXPECT_TRUE(search.LimitReached());
-  EXPECT_EQ(PatternResult::kFailed, search.Search("abc", error));
+  EXPECT_TRUE(search.limitReached());
+  EXPECT_EQ(PatternResult::kFailed, search.search("abc", error));
   EXPECT_EQ(kSearchTimeSpent, error);
   // An invalid pattern is not even compiled any more.
-  SearchPattern invalid("(", Exhausted());
-  EXPECT_EQ(PatternResult::kFailed, invalid.Search("abc", error));
+  SearchPattern invalid("(", exhausted());
+  EXPECT_EQ(PatternResult::kFailed, invalid.search("abc", error));
 }
 
 TEST(SearchPattern, PerTextCapAppliesWhileBudgetLasts) {
   PatternSettings tight;
-  tight.states_per_text = 1000;
+  tight.statesPerText = 1000;
   SearchPattern capped("(?:a)*x", tight);
   std::string error;
   EXPECT_EQ(PatternResult::kFailed,
-            capped.Search(std::string(100, 'a'), error));
-  EXPECT_EQ(PatternResult::kFound, capped.Search("ax", error));
+            capped.search(std::string(100, 'a'), error));
+  EXPECT_EQ(PatternResult::kFound, capped.search("ax", error));
 }
 
 }  // namespace
+
+}  // namespace wsgated

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+namespace wsgated {
+
 namespace {
 
 const char kUsage[] =
@@ -53,7 +55,7 @@ struct Parsed {
     FILE* out_file = tmpfile();
     FILE* err_file = tmpfile();
     errno = 0;
-    outcome = ParseCommandLine(static_cast<int>(argv.size()), argv.data(),
+    outcome = parseCommandLine(static_cast<int>(argv.size()), argv.data(),
                                &line, out_file, err_file);
     out = ReadAll(out_file);
     err = ReadAll(err_file);
@@ -68,9 +70,9 @@ TEST(CommandLine, NoArgumentsKeepsDefaultsAndRuns) {
   Parsed run({});
   EXPECT_EQ(CommandLineOutcome::kRun, run.outcome);
   EXPECT_EQ("", run.out);
-  EXPECT_EQ(10000, run.line.max_delta_records);
-  EXPECT_EQ("./deadband.db", run.line.delta_log);
-  EXPECT_EQ("./interval-trends.db", run.line.trend_log);
+  EXPECT_EQ(10000, run.line.maxDeltaRecords);
+  EXPECT_EQ("./deadband.db", run.line.deltaLog);
+  EXPECT_EQ("./interval-trends.db", run.line.trendLog);
   EXPECT_TRUE(run.line.fork);
 }
 
@@ -78,24 +80,24 @@ TEST(CommandLine, EveryValueOptionReachesItsField) {
   Parsed run({"-h", "d.db", "-a", "a.db", "-s", "s.db", "-t", "t.db", "-w", "/w",
            "-m", "50", "-p", "4096", "-c", "8", "-l", "2", "-D", "5", "-d"});
   ASSERT_EQ(CommandLineOutcome::kRun, run.outcome) << run.out;
-  EXPECT_EQ("d.db", run.line.delta_log);
-  EXPECT_EQ("a.db", run.line.event_log);
-  EXPECT_EQ("s.db", run.line.system_log);
-  EXPECT_EQ("t.db", run.line.trend_log);
-  EXPECT_EQ("/w", run.line.wave_folder);
-  EXPECT_EQ(50, run.line.max_delta_records);
-  EXPECT_EQ(4096, run.line.sqlite_page_size);
-  EXPECT_EQ(8192, run.line.sqlite_cache_size);  // kB on the line
-  EXPECT_EQ(2048, run.line.sqlite_heap_limit);
+  EXPECT_EQ("d.db", run.line.deltaLog);
+  EXPECT_EQ("a.db", run.line.eventLog);
+  EXPECT_EQ("s.db", run.line.systemLog);
+  EXPECT_EQ("t.db", run.line.trendLog);
+  EXPECT_EQ("/w", run.line.waveFolder);
+  EXPECT_EQ(50, run.line.maxDeltaRecords);
+  EXPECT_EQ(4096, run.line.sqlitePageSize);
+  EXPECT_EQ(8192, run.line.sqliteCacheSize);  // kB on the line
+  EXPECT_EQ(2048, run.line.sqliteHeapLimit);
   EXPECT_EQ(5, run.line.verbosity);
   EXPECT_FALSE(run.line.fork);
 }
 
 TEST(CommandLine, MaxRecordsToleratesTrailingTextAndZero) {
-  EXPECT_EQ(7, Parsed({"-m", "7x"}).line.max_delta_records);
+  EXPECT_EQ(7, Parsed({"-m", "7x"}).line.maxDeltaRecords);
   Parsed zero({"-m", "0"});
   EXPECT_EQ(CommandLineOutcome::kRun, zero.outcome);
-  EXPECT_EQ(0, zero.line.max_delta_records);
+  EXPECT_EQ(0, zero.line.maxDeltaRecords);
 }
 
 TEST(CommandLine, NegativeOrNonNumericMaxRecordsIsABadField) {
@@ -160,3 +162,5 @@ TEST(CommandLine, VersionPrintsFourLinesAndWinsOverLaterOptions) {
 }
 
 }  // namespace
+
+}  // namespace wsgated

@@ -5,7 +5,9 @@
 
 #include "host/locale_support.h"
 #include "host/request_context.h"
-#include "tests/host/host_fixture.h"
+#include "tests/common/context_fixture.h"
+
+namespace wsgated {
 
 namespace {
 
@@ -20,86 +22,85 @@ std::string Translate(const std::locale& locale, const char* text) {
   return boost::locale::translate(text).str(locale, "toolkit");
 }
 
-class LocaleSetup : public HostTest {};
+class LocaleSetup : public ContextTest {};
 
 TEST_F(LocaleSetup, OneLocalePerListedNameAndEnglishBecomesGlobal) {
-  ASSERT_TRUE(SetupLocalesFromList(ctx_.get(), "en_US;de_DE", HOST_TEST_LOCALE_DIR));
-  EXPECT_TRUE(ctx_->locale_support);
-  ASSERT_EQ(2u, ctx_->locale_map.size());
-  EXPECT_EQ("de_DE", NameOf(ctx_->locale_map.at("de_DE")));
-  EXPECT_EQ("en_US", NameOf(ctx_->locale_map.at("en_US")));
+  ASSERT_TRUE(setupLocalesFromList(ctx_.get(), "en_US;de_DE", TEST_LOCALE_DIR));
+  EXPECT_TRUE(ctx_->localeSupport);
+  ASSERT_EQ(2u, ctx_->localeMap.size());
+  EXPECT_EQ("de_DE", NameOf(ctx_->localeMap.at("de_DE")));
+  EXPECT_EQ("en_US", NameOf(ctx_->localeMap.at("en_US")));
   EXPECT_EQ(1u, CountInLog("Added locale en_US.UTF-8 support"));
   EXPECT_EQ(1u, CountInLog("Added locale de_DE.UTF-8 support"));
   EXPECT_EQ("en_US", NameOf(std::locale()));
 }
 
 TEST_F(LocaleSetup, CataloguesOfTheToolkitDomainTranslate) {
-  ASSERT_TRUE(SetupLocalesFromList(ctx_.get(), "en_US;de_DE;fr_FR",
-                                   HOST_TEST_LOCALE_DIR));
-  EXPECT_EQ("Aus", Translate(ctx_->locale_map.at("de_DE"), "Off"));
-  EXPECT_EQ("Arrêt", Translate(ctx_->locale_map.at("fr_FR"), "Off"));
-  EXPECT_EQ("Off", Translate(ctx_->locale_map.at("en_US"), "Off"));
+  ASSERT_TRUE(setupLocalesFromList(ctx_.get(), "en_US;de_DE;fr_FR",
+                                   TEST_LOCALE_DIR));
+  EXPECT_EQ("Aus", Translate(ctx_->localeMap.at("de_DE"), "Off"));
+  EXPECT_EQ("Arrêt", Translate(ctx_->localeMap.at("fr_FR"), "Off"));
+  EXPECT_EQ("Off", Translate(ctx_->localeMap.at("en_US"), "Off"));
 }
 
 TEST_F(LocaleSetup, DuplicateNameIsLoggedOnce) {
-  ASSERT_TRUE(SetupLocalesFromList(ctx_.get(), "de_DE;de_DE", HOST_TEST_LOCALE_DIR));
-  EXPECT_EQ(1u, ctx_->locale_map.size());
+  ASSERT_TRUE(setupLocalesFromList(ctx_.get(), "de_DE;de_DE", TEST_LOCALE_DIR));
+  EXPECT_EQ(1u, ctx_->localeMap.size());
   EXPECT_EQ(1u, CountInLog("Added locale de_DE.UTF-8 support"));
 }
 
 TEST_F(LocaleSetup, WithoutEnglishTheGlobalLocaleStays) {
-  ASSERT_TRUE(SetupLocalesFromList(ctx_.get(), "de_DE;fr_FR", HOST_TEST_LOCALE_DIR));
+  ASSERT_TRUE(setupLocalesFromList(ctx_.get(), "de_DE;fr_FR", TEST_LOCALE_DIR));
   EXPECT_EQ(NameOf(saved_global_), NameOf(std::locale()));
   EXPECT_NE("de_DE", NameOf(std::locale()));
 }
 
 TEST_F(LocaleSetup, EmptyListSucceedsWithAnEmptyMap) {
-  EXPECT_TRUE(SetupLocalesFromList(ctx_.get(), "", HOST_TEST_LOCALE_DIR));
-  EXPECT_TRUE(ctx_->locale_map.empty());
+  EXPECT_TRUE(setupLocalesFromList(ctx_.get(), "", TEST_LOCALE_DIR));
+  EXPECT_TRUE(ctx_->localeMap.empty());
   EXPECT_EQ(0u, CountInLog("Added locale"));
 }
 
 TEST_F(LocaleSetup, TeardownEmptiesTheMap) {
-  ASSERT_TRUE(SetupLocalesFromList(ctx_.get(), "en_US", HOST_TEST_LOCALE_DIR));
-  TeardownLocaleSupport(ctx_.get());
-  EXPECT_TRUE(ctx_->locale_map.empty());
+  ASSERT_TRUE(setupLocalesFromList(ctx_.get(), "en_US", TEST_LOCALE_DIR));
+  teardownLocaleSupport(ctx_.get());
+  EXPECT_TRUE(ctx_->localeMap.empty());
 }
 
-class RequestLocale : public HostTest {
+class RequestLocale : public ContextTest {
  protected:
   void SetUp() override {
-    HostTest::SetUp();
+    ContextTest::SetUp();
     ASSERT_EQ(0, ctx_->connxns.bind(&ctx_->cds, kConnxnsNode, toolkit::g_syslog));
   }
   void Request(const char* address, const char* languages) {
-    RequestIdentity caller;
-    caller.address = address;
-    caller.user = "viewer";
-    caller.languages = languages;
-    SetupRequestContext(ctx_.get(), caller);
+    ctx_->caller.address = address;
+    ctx_->caller.user = "viewer";
+    ctx_->caller.languages = languages;
+    setupRequestContext(ctx_.get());
   }
 };
 
 TEST_F(RequestLocale, FirstRequestNegotiatesLaterOnesAreEnglish) {
-  ASSERT_TRUE(SetupLocalesFromList(ctx_.get(), "en_US;de_DE;fr_FR",
-                                   HOST_TEST_LOCALE_DIR));
+  ASSERT_TRUE(setupLocalesFromList(ctx_.get(), "en_US;de_DE;fr_FR",
+                                   TEST_LOCALE_DIR));
   Request("127.0.0.2", "de-DE,de;q=0.9");
-  EXPECT_EQ("de_DE", NameOf(ctx_->current_locale));
+  EXPECT_EQ("de_DE", NameOf(ctx_->currentLocale));
   EXPECT_EQ(1u, ctx_->connxns.size());
   EXPECT_EQ(1u, CountInLog("New wsgated connection"));
   EXPECT_EQ(1u, CountInLog("viewer@http:127.0.0.2"));
 
   Request("127.0.0.2", "fr-FR");
-  EXPECT_EQ("en_US", NameOf(ctx_->current_locale));
+  EXPECT_EQ("en_US", NameOf(ctx_->currentLocale));
   EXPECT_EQ(1u, ctx_->connxns.size());
 
   Request("127.0.0.3", "fr-FR");
-  EXPECT_EQ("fr_FR", NameOf(ctx_->current_locale));
+  EXPECT_EQ("fr_FR", NameOf(ctx_->currentLocale));
   EXPECT_EQ(2u, ctx_->connxns.size());
 }
 
 TEST_F(RequestLocale, TheNewCallersLocaleIsKeptAsItsUserData) {
-  ASSERT_TRUE(SetupLocalesFromList(ctx_.get(), "en_US;de_DE", HOST_TEST_LOCALE_DIR));
+  ASSERT_TRUE(setupLocalesFromList(ctx_.get(), "en_US;de_DE", TEST_LOCALE_DIR));
   Request("127.0.0.2", "de");
   auto data = std::static_pointer_cast<std::locale>(ctx_->connxns.UserData("127.0.0.2"));
   ASSERT_NE(nullptr, data);
@@ -107,19 +108,21 @@ TEST_F(RequestLocale, TheNewCallersLocaleIsKeptAsItsUserData) {
 }
 
 TEST_F(RequestLocale, UnknownPrimeNameFallsBackToAMapEntry) {
-  ASSERT_TRUE(SetupLocalesFromList(ctx_.get(), "de_DE", HOST_TEST_LOCALE_DIR));
-  ctx_->supported_locales = "xx_XX";  // listed but never generated
+  ASSERT_TRUE(setupLocalesFromList(ctx_.get(), "de_DE", TEST_LOCALE_DIR));
+  ctx_->supportedLocales = "xx_XX";  // listed but never generated
   Request("127.0.0.2", "xx-XX");
   EXPECT_EQ(1u, CountInLog("Locale map lookup failed for xx_XX"));
-  EXPECT_EQ("de_DE", NameOf(ctx_->current_locale));
+  EXPECT_EQ("de_DE", NameOf(ctx_->currentLocale));
 }
 
 TEST_F(RequestLocale, WithoutLocaleSupportTheLocaleNeverChanges) {
   Request("127.0.0.2", "de-DE");
-  EXPECT_EQ("", NameOf(ctx_->current_locale));
+  EXPECT_EQ("", NameOf(ctx_->currentLocale));
   Request("127.0.0.2", "de-DE");
-  EXPECT_EQ("", NameOf(ctx_->current_locale));
+  EXPECT_EQ("", NameOf(ctx_->currentLocale));
   EXPECT_EQ(1u, ctx_->connxns.size());  // the caller is still tracked
 }
 
 }  // namespace
+
+}  // namespace wsgated

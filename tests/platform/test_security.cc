@@ -30,7 +30,6 @@ class SecurityTest : public StoreTest {
     AddNode("/Dev1");
     AddNode("/Dev10");
   }
-  void TearDown() override { unsetenv("REMOTE_USER"); }
 
   void SetUser(const std::string& user, const char* role) {
     AddNode("/Software/Security/Users/" + user);
@@ -213,21 +212,18 @@ TEST_F(SecurityTest, CacheFollowsChangesFromOtherConnections) {
   EXPECT_TRUE(Reads("operator", "/Devices/UPS1/Value"));
 }
 
-TEST_F(SecurityTest, PathMethodsAskForTheRemoteUser) {
+TEST_F(SecurityTest, PathMethodsAskForTheNamedUser) {
   CPath path("/Devices/UPS1/Value");
   ASSERT_EQ(0, path.normalize());
-  unsetenv("REMOTE_USER");
-  EXPECT_FALSE(path.is_read_authorized(*cds_));
-  setenv("REMOTE_USER", "operator", 1);
-  EXPECT_TRUE(path.is_read_authorized(*cds_));
-  EXPECT_TRUE(path.is_write_authorized(*cds_));
-  EXPECT_FALSE(path.is_remove_authorized(*cds_));
-  EXPECT_FALSE(path.is_admin_authorized(*cds_));
-  EXPECT_FALSE(path.is_reset_authorized(*cds_));
-  setenv("REMOTE_USER", "admin", 1);
-  EXPECT_TRUE(path.is_remove_authorized(*cds_));
-  EXPECT_TRUE(path.is_admin_authorized(*cds_));
-  EXPECT_TRUE(path.is_reset_authorized(*cds_));
+  EXPECT_FALSE(path.is_read_authorized(*cds_, ""));
+  EXPECT_TRUE(path.is_read_authorized(*cds_, "operator"));
+  EXPECT_TRUE(path.is_write_authorized(*cds_, "operator"));
+  EXPECT_FALSE(path.is_remove_authorized(*cds_, "operator"));
+  EXPECT_FALSE(path.is_admin_authorized(*cds_, "operator"));
+  EXPECT_FALSE(path.is_reset_authorized(*cds_, "operator"));
+  EXPECT_TRUE(path.is_remove_authorized(*cds_, "admin"));
+  EXPECT_TRUE(path.is_admin_authorized(*cds_, "admin"));
+  EXPECT_TRUE(path.is_reset_authorized(*cds_, "admin"));
 }
 
 TEST(SecurityClosedStoreTest, ClosedHandleAuthorisesNothing) {

@@ -1,0 +1,272 @@
+// The multi-write: every entry is checked and converted on its own, then all
+// that survive are stored in one transaction, so a client never sees half
+// of a set of values that belong together.
+
+#include <cstdint>
+#include <utility>
+
+#include "common/bnws_error.h"
+#include "common/log.h"
+#include "common/service_context.h"
+#include "common/service_options.h"
+#include "common/value_conversion.h"
+#include "common/write_path.h"
+#include "common/write_steps.h"
+#include "platform/attributes.h"
+#include "platform/cds.h"
+#include "platform/multistate.h"
+#include "platform/path.h"
+
+namespace wsgated {
+
+namespace {
+
+// One path of the call, from its checks to its result.
+struct WriteEntry {
+  toolkit::CPath path;              // normalised
+  std::string text;                 // the client's value text
+  toolkit::CElement element;        // the leaf as read, then what to store
+  data_type_t type = PCD_TYPE_NONE; // target type; None until known
+  bool enumerated = false;          // the text names one of the node's states
+  bool store = false;               // passed every step so far
+  std::string result;
+};
+
+// Step one per entry: path, write rights, writability. Returns false as soon
+// as one path may not be written: the whole call is refused then.
+bool checkEntries(ServiceContext* context, bool adminFlag,
+                  const ServiceOptions& options,
+                  const std::vector<std::string>& paths,
+                  const std::vector<std::string>& values,
+                  std::vector<WriteEntry>& entries) {
+  for (size_t i = 0; i < paths.size(); ++i) {
+    WriteEntry& entry = entries[i];
+    if (i >= values.size()) {
+      // Node administration builds its own lists; one too short must not
+      // write a guessed value.
+      setBnwsError(kBnwsBadValueFormat, "No Value provided", entry.result,
+                   &options);
+      continue;
+    }
+    entry.text = values[i];
+    if (!normalizeWritePath(paths[i], entry.path, entry.result, options)) {
+      continue;
+    }
+    if (!writeAuthorized(context, entry.path, adminFlag)) return false;
+    entry.store = checkWritable(context->cds, entry.path, adminFlag, entry.text,
+                                entry.element, entry.result, options) == 0;
+  }
+  return true;
+}
+
+const char* typeName(data_type_t type) {
+  const char* name = pcd_enum_to_str(type);
+  return name ? name : toolkit::CElement::_invalid;
+}
+
+// A ValueType sent with values of its node is never stored: it says which
+// type the node's Value and alarm value of this same call are to take.
+void applyValueType(WriteEntry& typeEntry, std::vector<WriteEntry>& entries) {
+  bool enumerated = false;
+  const data_type_t type = valueTypeFromText(typeEntry.text, enumerated);
+  for (const char* attribute : {"Value", ".AlarmOnValue"}) {
+    const std::string target = typeEntry.path.getNewPathStr(attribute);
+    for (WriteEntry& entry : entries) {
+      if (!entry.store || entry.path.getPath() != target) continue;
+      entry.type = type;
+      entry.enumerated = enumerated;
+      if (type != PCD_TYPE_STRING) {
+        logInfo(kLogActivity, "Re-Casting for %s to %s", target.c_str(),
+                       typeName(type));
+      }
+    }
+  }
+  typeEntry.store = false;
+  typeEntry.result = typeEntry.text;
+}
+
+void applyValueTypes(std::vector<WriteEntry>& entries) {
+  for (WriteEntry& entry : entries) {
+    if (entry.store && entry.path.getPathAttribute() == "ValueType") {
+      applyValueType(entry, entries);
+    }
+  }
+}
+
+std::vector<PrefetchedLeaf> prefetchedLeaves(
+    const std::vector<WriteEntry>& entries) {
+  std::vector<PrefetchedLeaf> leaves;
+  for (const WriteEntry& entry : entries) {
+    if (entry.path.is_valid()) leaves.push_back({entry.path.getPath(), entry.text});
+  }
+  return leaves;
+}
+
+// The target type of an entry that no ValueType of the call governs: the
+// leaf's own type, else the attribute's fixed type, where "the Value's type"
+// may come from this very call. A Value that may take state names learns
+// here whether its node has states, and which.
+void resolveStoredType(toolkit::CCds& cds, WriteEntry& entry,
+                       const std::vector<PrefetchedLeaf>& prefetched,
+                       std::string& states) {
+  const std::string& node = entry.path.getNodePath();
+  const int code = attributeCode(entry.path);
+  entry.type = entry.element.get_type();
+  if (entry.type != PCD_TYPE_NONE) {
+    if (takesStateNames(code, entry.type)) {
+      lookupValueType(cds, node, &prefetched, states, entry.enumerated);
+    }
+    return;
+  }
+  const data_type_t fixed = fixedAttributeType(code);
+  if (fixed == kTypeOfNodeValue) {
+    entry.type = lookupValueType(cds, node, &prefetched, states,
+                                 entry.enumerated);
+  } else if (fixed == PCD_TYPE_NONE) {
+    logInfo(kLogActivity, "Unknown ValueType for %s",
+                   entry.path.getPath().c_str());
+    entry.type = PCD_TYPE_STRING;
+  } else {
+    entry.type = fixed;
+  }
+}
+
+void resolveType(toolkit::CCds& cds, WriteEntry& entry,
+                 const std::vector<PrefetchedLeaf>& prefetched,
+                 std::string& states) {
+  if (entry.type == PCD_TYPE_NONE) {
+    resolveStoredType(cds, entry, prefetched, states);
+  } else if (entry.enumerated) {
+    bool enumerated = false;  // the call's ValueType already said
+    lookupValueType(cds, entry.path.getNodePath(), &prefetched, states,
+                    enumerated);
+  }
+}
+
+bool refuseStateName(WriteEntry& entry, const char* logFormat,
+                     const char* detail, const ServiceOptions& options) {
+  logInfo(kLogErrors, logFormat, entry.text.c_str(),
+                 entry.path.getPath().c_str());
+  setBnwsError(kBnwsBadValueFormat, detail, entry.result, &options);
+  return false;
+}
+
+// The client's text as the value of the entry's target type: a state name
+// for enumerated types, checked text otherwise.
+bool convertEntry(WriteEntry& entry, const std::string& states,
+                  const ServiceOptions& options) {
+  stampClientText(entry.text, entry.element);
+  if (!entry.enumerated) {
+    return convertTextToType(entry.element, entry.type, entry.result,
+                             &options) == kConversionOk;
+  }
+  if (entry.type == PCD_TYPE_BOOL) {
+    bool flag = false;
+    if (!toolkit::CCds_Multistate::GetBoolFromString(states, entry.text,
+                                                     flag)) {
+      return refuseStateName(entry,
+                             "Cannot find bool match for %s to write to %s",
+                             "Cannot find bool match to write", options);
+    }
+    entry.element.set_bool(flag);
+    return true;
+  }
+  int32_t number = 0;
+  if (!toolkit::CCds_Multistate::GetEnumValue(states, entry.text, number)) {
+    return refuseStateName(entry,
+                           "Cannot find enum match for %s to write to %s",
+                           "Cannot find PossibleValue match to write",
+                           options);
+  }
+  if (entry.type == PCD_TYPE_UINT) {
+    entry.element.set_uint(static_cast<uint32_t>(number));
+  } else {
+    entry.element.set_int(number);
+  }
+  return true;
+}
+
+void convertEntries(toolkit::CCds& cds, const ServiceOptions& options,
+                    std::vector<WriteEntry>& entries) {
+  const std::vector<PrefetchedLeaf> prefetched = prefetchedLeaves(entries);
+  for (WriteEntry& entry : entries) {
+    if (!entry.store) continue;
+    std::string states;
+    resolveType(cds, entry, prefetched, states);
+    entry.store = convertEntry(entry, states, options);
+  }
+}
+
+// The result of the index-th stored entry.
+void reportStored(WriteEntry& entry, size_t index, bool ran,
+                  api_status_t status, const ServiceOptions& options) {
+  const std::string where = entry.path.getPath();
+  if (!ran) {
+    setBnwsError(kBnwsWriteFailed, "Attempt to write data failed",
+                 entry.result, &options);
+  } else if (status != API_STATUS_OK) {
+    logInfo(kLogErrors, "CDS write access failed for %s", where.c_str());
+    setBnwsError(kBnwsWriteFailed, "CDS write access failed", entry.result,
+                 &options);
+  } else {
+    entry.result = entry.element.to_string();
+    logInfo(kLogActivity, "Wrote[%i] %s to %s", static_cast<int>(index),
+                   entry.result.c_str(), where.c_str());
+  }
+}
+
+// All surviving entries in one store call: all of them or none.
+void storeEntries(ServiceContext* context, const ServiceOptions& options,
+                  std::vector<WriteEntry>& entries) {
+  std::vector<WriteEntry*> stored;
+  std::vector<std::string> paths;
+  std::vector<toolkit::CElement> elements;
+  for (WriteEntry& entry : entries) {
+    if (!entry.store) continue;
+    stored.push_back(&entry);
+    paths.push_back(entry.path.getPath());
+    elements.push_back(entry.element);
+  }
+  if (stored.empty()) return;
+  const std::vector<pcd_tribool_t> persist(stored.size(),
+                                           persistenceFlag(options));
+  std::vector<api_status_t> statuses;
+  const bool ran = context->cds.set_leaves(paths, elements, persist, statuses,
+                                           changeSource(context->caller)) == 0;
+  for (size_t i = 0; i < stored.size(); ++i) {
+    const api_status_t status =
+        i < statuses.size() ? statuses[i] : API_STATUS_UNKNOWN;
+    reportStored(*stored[i], i, ran, status, options);
+  }
+}
+
+}  // namespace
+
+int writeValues(ServiceContext* context, bool adminFlag,
+                const ServiceOptions& options,
+                const std::vector<std::string>& paths,
+                const std::vector<std::string>& values,
+                std::vector<std::string>& results) {
+  std::string localeError;
+  if (!writeLocaleValid(options, localeError)) {
+    results.push_back(localeError);
+    return 0;
+  }
+  toolkit::CCds& cds = context->cds;
+  std::vector<WriteEntry> entries(paths.size());
+  {
+    // Checks and conversions only read: one snapshot takes the store's
+    // locks once for all entries. It ends before the write.
+    toolkit::CCdsSnapshot snapshot(cds);
+    if (!checkEntries(context, adminFlag, options, paths, values, entries)) {
+      return kWriteNotAuthorized;
+    }
+    applyValueTypes(entries);
+    convertEntries(cds, options, entries);
+  }
+  storeEntries(context, options, entries);
+  for (WriteEntry& entry : entries) results.push_back(std::move(entry.result));
+  return 0;
+}
+
+}  // namespace wsgated

@@ -1,0 +1,399 @@
+// Value conversion: type names, the device's number rules for client text,
+// re-casting stored values, finding a node's type, and rendering reads.
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "common/event_text.h"
+#include "common/value_conversion.h"
+#include "platform/path.h"
+#include "tests/common/service_fixture.h"
+
+namespace wsgated {
+
+namespace {
+
+using toolkit::CElement;
+
+// --- type names -----------------------------------------------------------
+
+struct TypeCase {
+  const char* text;
+  data_type_t type;
+  bool enumerated;
+};
+
+TEST(ValueTypeFromText, NamesGiveTypesAndTheEnumeratedFlag) {
+  const TypeCase cases[] = {
+      {"Real", PCD_TYPE_REAL, false},      {"REAL", PCD_TYPE_REAL, false},
+      {"Float", PCD_TYPE_REAL, false},     {"Multistate", PCD_TYPE_INT, true},
+      {"multiSTATE", PCD_TYPE_INT, true},  {"Boolean", PCD_TYPE_BOOL, true},
+      {"bool", PCD_TYPE_BOOL, true},       {"Integer", PCD_TYPE_INT, false},
+      {"Unsigned", PCD_TYPE_UINT, false},  {"String", PCD_TYPE_STRING, false},
+      {"timeval", PCD_TYPE_TIMEVAL, false}, {"Banana", PCD_TYPE_STRING, false},
+      {"", PCD_TYPE_STRING, false},        {"None", PCD_TYPE_STRING, false},
+  };
+  for (const TypeCase& c : cases) {
+    bool enumerated = !c.enumerated;  // must be overwritten either way
+    EXPECT_EQ(c.type, valueTypeFromText(c.text, enumerated)) << c.text;
+    EXPECT_EQ(c.enumerated, enumerated) << c.text;
+  }
+}
+
+// --- client text to typed values -------------------------------------------
+
+class ConvertText : public ServiceTest {
+ protected:
+  // The outcome of converting `text` to `type` without options.
+  int Convert(const std::string& text, data_type_t type) {
+    element_ = CElement(text);
+    return convertTextToType(element_, type, result_, nullptr);
+  }
+  void ExpectAccepted(const std::string& text, data_type_t type,
+                      const std::string& converted) {
+    EXPECT_EQ(kConversionOk, Convert(text, type)) << "'" << text << "'";
+    EXPECT_EQ(type, element_.get_type()) << "'" << text << "'";
+    EXPECT_EQ(converted, result_) << "'" << text << "'";
+  }
+  void ExpectRefused(const std::string& text, data_type_t type, int mark) {
+    EXPECT_EQ(mark, Convert(text, type)) << "'" << text << "'";
+    EXPECT_EQ("? 12 Bad Value Format : Could not transform " + text, result_);
+    // The element still holds the client's text.
+    EXPECT_EQ(PCD_TYPE_STRING, element_.get_type());
+    EXPECT_EQ(text, element_.to_string());
+  }
+
+  CElement element_;
+  std::string result_;
+};
+
+TEST_F(ConvertText, BooleansAreTrueOrFalseInAnyCase) {
+  ExpectAccepted("TRUE", PCD_TYPE_BOOL, "true");
+  ExpectAccepted("False", PCD_TYPE_BOOL, "false");
+  ExpectRefused("yes", PCD_TYPE_BOOL, kConversionBadBool);
+  ExpectRefused("1", PCD_TYPE_BOOL, kConversionBadBool);
+  ExpectRefused("", PCD_TYPE_BOOL, kConversionBadBool);
+  EXPECT_TRUE(LogHas("BnwsErrMsg: ? 12 Bad Value Format : Could not transform yes"));
+}
+
+TEST_F(ConvertText, IntegersFollowThe32BitStrtol) {
+  ExpectAccepted("", PCD_TYPE_INT, "0");
+  ExpectAccepted(" 5", PCD_TYPE_INT, "5");
+  ExpectAccepted("-12", PCD_TYPE_INT, "-12");
+  ExpectAccepted("2147483646", PCD_TYPE_INT, "2147483646");
+  // Downward overflow saturates and is accepted...
+  ExpectAccepted("-99999999999", PCD_TYPE_INT, "-2147483648");
+  // ...upward overflow cannot be told from the largest value: both refused.
+  ExpectRefused("2147483647", PCD_TYPE_INT, kConversionBadInteger);
+  ExpectRefused("99999999999", PCD_TYPE_INT, kConversionBadInteger);
+  ExpectRefused("5 ", PCD_TYPE_INT, kConversionBadInteger);
+  ExpectRefused("12x", PCD_TYPE_INT, kConversionBadInteger);
+  ExpectRefused("-", PCD_TYPE_INT, kConversionBadInteger);
+  ExpectRefused("1.5", PCD_TYPE_INT, kConversionBadInteger);
+}
+
+TEST_F(ConvertText, UnsignedTextIsCheckedAsInteger) {
+  ExpectAccepted("42", PCD_TYPE_UINT, "42");
+  ExpectRefused("4294967295", PCD_TYPE_UINT, kConversionBadInteger);
+  // Passes the text check; the platform refuses a negative counter.
+  ExpectRefused("-5", PCD_TYPE_UINT, kConversionBadInteger);
+}
+
+TEST_F(ConvertText, RealsFollowStrtodUpToTheLargestDouble) {
+  ExpectAccepted("230.4", PCD_TYPE_REAL, "230.4");
+  ExpectAccepted("1e308", PCD_TYPE_REAL, "1e+308");
+  ExpectAccepted("-inf", PCD_TYPE_REAL, "-inf");
+  ExpectAccepted("nan", PCD_TYPE_REAL, "nan");
+  ExpectAccepted("", PCD_TYPE_REAL, "0");
+  ExpectRefused("1e309", PCD_TYPE_REAL, kConversionBadReal);
+  ExpectRefused("1e999", PCD_TYPE_REAL, kConversionBadReal);
+  ExpectRefused("inf", PCD_TYPE_REAL, kConversionBadReal);
+  ExpectRefused("2,5", PCD_TYPE_REAL, kConversionBadReal);
+}
+
+TEST_F(ConvertText, OtherTypesAreLeftToThePlatform) {
+  ExpectAccepted("any text", PCD_TYPE_STRING, "any text");
+  ExpectAccepted("1700000000", PCD_TYPE_TIMEVAL, "2023-11-14T22:13:20.000000Z");
+  ExpectRefused("tomorrow", PCD_TYPE_TIMEVAL, kConversionBadOther);
+}
+
+TEST_F(ConvertText, OptionsShapeTheErrorResult) {
+  ServiceOptions options = Options("errorString=N/A");
+  CElement element("yes");
+  std::string result;
+  EXPECT_EQ(kConversionBadBool,
+            convertTextToType(element, PCD_TYPE_BOOL, result, &options));
+  EXPECT_EQ("N/A", result);
+}
+
+TEST_F(ConvertText, NamedTypesUseThePlatformsNames) {
+  CElement element("TRUE");
+  std::string result;
+  EXPECT_EQ(kConversionOk, convertTextToNamedType(element, "bool", result, nullptr));
+  EXPECT_EQ(PCD_TYPE_BOOL, element.get_type());
+  element = CElement("12x");
+  EXPECT_EQ(kConversionBadInteger,
+            convertTextToNamedType(element, "Integer", result, nullptr));
+  EXPECT_EQ("? 12 Bad Value Format : Could not transform 12x", result);
+  element = CElement("0.5");
+  EXPECT_EQ(kConversionOk, convertTextToNamedType(element, "Double", result, nullptr));
+  EXPECT_EQ("0.5", result);
+}
+
+// --- re-casting stored values ------------------------------------------------
+
+class RecastAttribute : public ServiceTest {
+ protected:
+  void Read(const std::string& path, CElement& element,
+            element_property_t& property) {
+    api_status_t status = API_STATUS_UNKNOWN;
+    ASSERT_EQ(0, ctx_->cds.get_leaf(path, status, element, property));
+    ASSERT_EQ(API_STATUS_OK, status) << path;
+  }
+};
+
+TEST_F(RecastAttribute, ConvertsAndKeepsPersistence) {
+  Seed("[/Dev/P]\nValueType = Integer\nValue:Real@persistent = 230\n"
+       ".AlarmOnValue:Real = 5\n");
+  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/P", "Integer", "Value"));
+  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/P", "Integer", ".AlarmOnValue"));
+  CElement element;
+  element_property_t property = PCD_PROP_NORMAL;
+  Read("/Dev/P/Value", element, property);
+  EXPECT_EQ(PCD_TYPE_INT, element.get_type());
+  EXPECT_EQ(230, element.to_int());
+  EXPECT_EQ(PCD_PROP_PERSISTENT, property);
+  Read("/Dev/P/.AlarmOnValue", element, property);
+  EXPECT_EQ(PCD_TYPE_INT, element.get_type());
+  EXPECT_EQ(PCD_PROP_NORMAL, property);
+  EXPECT_TRUE(LogHas("Recasting /Dev/P/Value as Integer"));
+  EXPECT_TRUE(LogHas("Recasting /Dev/P/.AlarmOnValue as Integer"));
+}
+
+TEST_F(RecastAttribute, EnumeratedTypesConvertByStateName) {
+  Seed("[/Dev/M]\nValueType = Multistate\nPossibleValues = Off;On\n"
+       "Value:String = On\n"
+       "[/Dev/B]\nValueType = Boolean\nValue:String = TRUE\n");
+  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/M", "Multistate", "Value"));
+  // Without a list of its own a boolean converts like client text.
+  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/B", "Boolean", "Value"));
+  CElement element;
+  element_property_t property = PCD_PROP_NORMAL;
+  Read("/Dev/M/Value", element, property);
+  EXPECT_EQ(PCD_TYPE_INT, element.get_type());
+  EXPECT_EQ(1, element.to_int());
+  Read("/Dev/B/Value", element, property);
+  EXPECT_EQ(PCD_TYPE_BOOL, element.get_type());
+  EXPECT_TRUE(element.to_bool());
+}
+
+TEST_F(RecastAttribute, UnconvertibleValueIsOnlyLogged) {
+  Seed("[/Dev/P]\nValueType = Integer\nValue:Real = 230.4\n");
+  EXPECT_NE(0, recastAttribute(ctx_->cds, "/Dev/P", "Integer", "Value"));
+  EXPECT_TRUE(LogHas("Failed to re-cast /Dev/P/Value as Integer"));
+  CElement element;
+  element_property_t property = PCD_PROP_NORMAL;
+  Read("/Dev/P/Value", element, property);
+  EXPECT_EQ(PCD_TYPE_REAL, element.get_type());
+}
+
+TEST_F(RecastAttribute, NothingToDoLeavesTheLeafAlone) {
+  Seed("[/Dev/U]\nValueType = Unsigned\nValue = 7\n"
+       "[/Dev/R]\nValueType = Real\nValue = 1.5\n"
+       "[/Dev/E]\nValueType = Real\n");
+  // Counters are never re-cast; same type; no such attribute or node.
+  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/U", "Integer", "Value"));
+  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/R", "real", "Value"));
+  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/E", "Integer", ".AlarmOnValue"));
+  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/Missing", "Integer", "Value"));
+  EXPECT_FALSE(LogHas("ecast"));
+  EXPECT_FALSE(LogHas("re-cast"));
+}
+
+// --- a node's type -------------------------------------------------------------
+
+class LookupValueType : public ServiceTest {
+ protected:
+  void SetUp() override {
+    ServiceTest::SetUp();
+    Seed("[/Dev/M]\nValueType = Multistate\nPossibleValues = Off;On\n"
+         "[/Dev/B]\nValueType = Boolean\n"
+         "[/Dev/R]\nValueType = Real\n"
+         "[/Dev/S]\nNodeType = Point\n");
+    // Too short for a type name; the seed loader would refuse it.
+    api_status_t status = API_STATUS_UNKNOWN;
+    ASSERT_EQ(0, ctx_->cds.set_leaf("/Dev/S/ValueType", CElement("ab"), status,
+                                    PCD_TRIBOOL_UNKNOWN, ""));
+    ASSERT_EQ(API_STATUS_OK, status);
+  }
+  data_type_t Lookup(const std::string& node,
+                     const std::vector<PrefetchedLeaf>* prefetched) {
+    possible_ = "untouched";
+    return lookupValueType(ctx_->cds, node, prefetched, possible_, enumerated_);
+  }
+  std::string possible_;
+  bool enumerated_ = false;
+};
+
+TEST_F(LookupValueType, StoredTypesAndPossibleValues) {
+  EXPECT_EQ(PCD_TYPE_INT, Lookup("/Dev/M", nullptr));
+  EXPECT_TRUE(enumerated_);
+  EXPECT_EQ("Off;On", possible_);
+  EXPECT_EQ(PCD_TYPE_REAL, Lookup("/Dev/R", nullptr));
+  EXPECT_FALSE(enumerated_);
+  EXPECT_EQ("untouched", possible_);
+  // An enumerated node without a list.
+  EXPECT_EQ(PCD_TYPE_BOOL, Lookup("/Dev/B", nullptr));
+  EXPECT_TRUE(enumerated_);
+  EXPECT_EQ("null", possible_);
+}
+
+TEST_F(LookupValueType, ShortOrMissingTypeIsText) {
+  EXPECT_EQ(PCD_TYPE_STRING, Lookup("/Dev/S", nullptr));
+  EXPECT_FALSE(enumerated_);
+  EXPECT_EQ(PCD_TYPE_STRING, Lookup("/Dev/Missing", nullptr));
+  EXPECT_FALSE(enumerated_);
+}
+
+TEST_F(LookupValueType, PrefetchedEntriesComeFirst) {
+  const std::vector<PrefetchedLeaf> prefetched = {
+      {"/Dev/R/ValueType", "Multistate"},
+      {"/Dev/R/PossibleValues", "Low;High"},
+      {"/Dev/M/PossibleValues", "A;B;C"},
+  };
+  EXPECT_EQ(PCD_TYPE_INT, Lookup("/Dev/R", &prefetched));
+  EXPECT_TRUE(enumerated_);
+  EXPECT_EQ("Low;High", possible_);
+  // Type from the store, possible values from the call.
+  EXPECT_EQ(PCD_TYPE_INT, Lookup("/Dev/M", &prefetched));
+  EXPECT_EQ("A;B;C", possible_);
+  // Not prefetched at all.
+  EXPECT_EQ(PCD_TYPE_BOOL, Lookup("/Dev/B", &prefetched));
+}
+
+// --- rendering reads -----------------------------------------------------------
+
+class RenderValue : public ServiceTest {
+ protected:
+  void SetUp() override {
+    ServiceTest::SetUp();
+    Seed("[/Dev/Breaker]\nValueType = Boolean\nPossibleValues = Open;Closed\n"
+         "Value = true\n"
+         "[/Dev/Plain]\nValueType = Boolean\nValue = false\n"
+         "[/Dev/Switch]\nValueType = Multistate\nPossibleValues = Off;On\n"
+         "Value = 1\n.AlarmOnValue:Integer = 0\nUnits = no-units\n"
+         "DisplayName = Devices\nNodeType = Devices\n"
+         ".AlarmText = Overload : #Short Circuit\n"
+         "[/Dev/Count]\nValueType = Integer\nValue = 42\n"
+         "[/Dev/Volts]\nValueType = Real\nValue = 230.4\n");
+  }
+  // The rendering of the leaf at `pathText` under `options`.
+  std::string Render(const std::string& pathText, const std::string& options) {
+    toolkit::CPath path(pathText);
+    EXPECT_EQ(0, path.normalize());
+    api_status_t status = API_STATUS_UNKNOWN;
+    CElement element;
+    element_property_t property = PCD_PROP_NORMAL;
+    EXPECT_EQ(0, ctx_->cds.get_leaf(path.getPath(), status, element, property));
+    EXPECT_EQ(API_STATUS_OK, status) << pathText;
+    std::string result;
+    enumerated_ = !enumerated_;  // must be set either way
+    renderValue(ctx_->cds, Options(options), path, element, result, enumerated_);
+    return result;
+  }
+  bool enumerated_ = false;
+};
+
+TEST_F(RenderValue, BooleansReadAsTheirStateTexts) {
+  EXPECT_EQ("Closed", Render("/Dev/Breaker", ""));
+  EXPECT_TRUE(enumerated_);
+  EXPECT_EQ("false", Render("/Dev/Plain", ""));
+  EXPECT_TRUE(enumerated_);
+  EXPECT_EQ("true", Render("/Dev/Breaker", "canonical"));
+  EXPECT_TRUE(enumerated_);
+}
+
+TEST_F(RenderValue, MultistatesReadAsStateNamesEvenWhenCanonical) {
+  EXPECT_EQ("On", Render("/Dev/Switch", ""));
+  EXPECT_TRUE(enumerated_);
+  EXPECT_EQ("On", Render("/Dev/Switch", "canonical"));
+  EXPECT_EQ("Off", Render("/Dev/Switch/.AlarmOnValue", ""));
+  EXPECT_TRUE(enumerated_);
+}
+
+TEST_F(RenderValue, OtherValuesReadAsStored) {
+  EXPECT_EQ("42", Render("/Dev/Count", ""));
+  EXPECT_FALSE(enumerated_);
+  EXPECT_EQ("230.4", Render("/Dev/Volts", ""));
+  EXPECT_FALSE(enumerated_);
+  // Without locale support nothing is translated.
+  EXPECT_EQ("no-units", Render("/Dev/Switch/Units", ""));
+  EXPECT_EQ("Overload : #Short Circuit", Render("/Dev/Switch/.AlarmText", ""));
+  EXPECT_FALSE(enumerated_);
+}
+
+TEST_F(RenderValue, StateNamesAndLabelsInTheCallersLanguage) {
+  EnableLocales();
+  EXPECT_EQ("Ein", Render("/Dev/Switch", "locale=de_DE"));
+  EXPECT_EQ("Ein", Render("/Dev/Switch", "locale=de_DE;canonical"));
+  EXPECT_EQ("Arrêt", Render("/Dev/Switch/.AlarmOnValue", "locale=fr_FR"));
+  EXPECT_EQ("Ein", Render("/Dev/Switch", "locale=de-DE.UTF-8"));
+  EXPECT_EQ("keine Einheit", Render("/Dev/Switch/Units", "locale=de_DE"));
+  EXPECT_EQ("Geräte", Render("/Dev/Switch/DisplayName", "locale=de_DE"));
+  // Not a label: kept even though the catalogue knows the text.
+  EXPECT_EQ("Devices", Render("/Dev/Switch/NodeType", "locale=de_DE"));
+  EXPECT_EQ("Überlast : Kurzschluss",
+            Render("/Dev/Switch/.AlarmText", "locale=de_DE"));
+  // Booleans honour canonical; their state texts are translated otherwise.
+  EXPECT_EQ("true", Render("/Dev/Breaker", "locale=de_DE;canonical"));
+  EXPECT_EQ("Geschlossen", Render("/Dev/Breaker", "locale=de_DE"));
+}
+
+// --- sub-attributes and event texts ------------------------------------------
+
+TEST(SubAttributeText, TimeIsDeviceTimeInDecimal) {
+  CElement element(int32_t(1));
+  element.set_time(timeval{1700000000, 250000});
+  EXPECT_EQ("1700000000250000", timeSubAttributeText(element));
+  element.set_time(timeval{-1, 0});
+  EXPECT_EQ("-1000000", timeSubAttributeText(element));
+}
+
+TEST(SubAttributeText, SourceNamesTheProperty) {
+  EXPECT_EQ("Normal", sourceSubAttributeText(PCD_PROP_NORMAL));
+  EXPECT_EQ("Persistent", sourceSubAttributeText(PCD_PROP_PERSISTENT));
+  EXPECT_EQ("Automatic", sourceSubAttributeText(PCD_PROP_AUTOMATIC));
+  EXPECT_EQ("MPL", sourceSubAttributeText(PCD_PROP_MPL));
+}
+
+TEST(SubAttributeText, AttribTypeNamesTheType) {
+  EXPECT_EQ("Real", attribTypeSubAttributeText(CElement(1.5), false));
+  EXPECT_EQ("Multistate", attribTypeSubAttributeText(CElement(int32_t(1)), true));
+  EXPECT_EQ("Multistate", attribTypeSubAttributeText(CElement(uint32_t(1)), true));
+  EXPECT_EQ("Integer", attribTypeSubAttributeText(CElement(int32_t(1)), false));
+  EXPECT_EQ("Boolean", attribTypeSubAttributeText(CElement(true), true));
+  EXPECT_EQ("String", attribTypeSubAttributeText(CElement("x"), false));
+  EXPECT_EQ("None", attribTypeSubAttributeText(CElement(), false));
+}
+
+class EventText : public ServiceTest {};
+
+TEST_F(EventText, HalvesAroundTheSeparatorAreTranslatedApart) {
+  EnableLocales();
+  const std::locale& german = ctx_->localeMap.at("de_DE");
+  EXPECT_EQ("Überlast", localizeEventText("Overload", &german));
+  // The character right after " : " is dropped.
+  EXPECT_EQ("Überlast : Kurzschluss",
+            localizeEventText("Overload : #Short Circuit", &german));
+  EXPECT_EQ("Überlast : hort Circuit",
+            localizeEventText("Overload : Short Circuit", &german));
+  EXPECT_EQ("Überlast : ", localizeEventText("Overload : ", &german));
+  EXPECT_EQ("Overload : Short", localizeEventText("Overload : Short", nullptr));
+}
+
+}  // namespace
+
+}  // namespace wsgated

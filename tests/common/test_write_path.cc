@@ -1,0 +1,285 @@
+// The single write: checks and their order, write rights, writability rules
+// per attribute, type choice, state names, persistence and change source.
+
+#include <string>
+
+#include "common/service_options.h"
+#include "common/write_path.h"
+#include "platform/element.h"
+#include "platform/path.h"
+#include "platform/qrxtime.h"
+#include "tests/common/write_fixture.h"
+
+namespace wsgated {
+
+namespace {
+
+class WritePathTest : public WriteTest {
+ protected:
+  void SetUp() override {
+    WriteTest::SetUp();
+    Seed(
+        "[/Devices/M/NoFlag]\n"
+        "ValueType = Real\nValue = 2.5\n"
+        "[/Devices/M/Flag]\n"
+        "ValueType = Boolean\nValue = false\nWritable = true\n"
+        "[/Devices/M/Kind]\n"
+        "ValueType = Integer\nValue = 7\n.AlarmOnValue = 3\n");
+  }
+
+  // setValue (or SetLeaf with `admin`) of `value` to `path`.
+  std::string Write(const std::string& path, const std::string& value,
+                    const std::string& options = "", bool admin = false) {
+    std::string result;
+    EXPECT_EQ(0, writeValue(ctx_.get(), admin, Options(options), &path,
+                            &value, result));
+    return result;
+  }
+
+  std::string AdminWrite(const std::string& path, const std::string& value) {
+    SetCaller("admin", "10.0.0.1");
+    return Write(path, value, "", true);
+  }
+};
+
+TEST_F(WritePathTest, MissingPathIsReportedBeforeMissingValue) {
+  std::string result;
+  EXPECT_EQ(0, writeValue(ctx_.get(), false, Options(""), nullptr, nullptr,
+                          result));
+  EXPECT_EQ("? 8 Bad Path Syntax : No Path provided", result);
+  EXPECT_EQ("? 8 Bad Path Syntax : No Path provided", Write("", ""));
+  EXPECT_EQ("? 12 Bad Value Format : No Value provided",
+            Write("/Devices/M/Volts", ""));
+  const std::string path = "/Devices/M/Volts";
+  EXPECT_EQ(0, writeValue(ctx_.get(), false, Options(""), &path, nullptr,
+                          result));
+  EXPECT_EQ("? 12 Bad Value Format : No Value provided", result);
+  // Before the rights too: a Viewer learns that the value was missing.
+  SetCaller("viewer", "10.0.0.8");
+  EXPECT_EQ("? 12 Bad Value Format : No Value provided",
+            Write("/Devices/M/Volts", ""));
+}
+
+TEST_F(WritePathTest, MalformedPathIsBadPathSyntax) {
+  EXPECT_EQ("? 8 Bad Path Syntax : CDS Error in supplied path",
+            Write("Devices/M/Volts", "1"));
+  EXPECT_TRUE(LogHas("Error in supplied path Devices/M/Volts"));
+  EXPECT_EQ("? 8 Bad Path Syntax : CDS Error in supplied path",
+            Write("/Devices/../M", "1"));
+}
+
+TEST_F(WritePathTest, CallersWithoutWriteRightsGet401AndNothingIsWritten) {
+  const std::string path = "/Devices/M/Volts";
+  const std::string value = "1";
+  for (const char* user : {"viewer", "stranger", ""}) {
+    SetCaller(user, "10.0.0.8");
+    std::string result = "untouched";
+    EXPECT_EQ(kWriteNotAuthorized,
+              writeValue(ctx_.get(), false, Options(""), &path, &value,
+                         result));
+    EXPECT_EQ("untouched", result);
+  }
+  EXPECT_EQ(230.5, Stored(path).to_double());
+  EXPECT_TRUE(LogHas("Unauthorized attempt to write to /Devices/M/Volts/Value"));
+  // Rights are checked before the locale: a refused caller never learns more.
+  SetCaller("viewer", "10.0.0.8");
+  EnableLocales();
+  std::string result;
+  EXPECT_EQ(kWriteNotAuthorized,
+            writeValue(ctx_.get(), false, Options("locale=xx-YY"), &path,
+                       &value, result));
+}
+
+TEST_F(WritePathTest, UnsupportedLocaleRefusesTheWrite) {
+  EnableLocales();
+  EXPECT_EQ("? 7 Locale Not Supported : xx-YY",
+            Write("/Devices/M/Volts", "1", "locale=xx-YY"));
+  EXPECT_EQ(230.5, Stored("/Devices/M/Volts").to_double());
+  EXPECT_EQ("231.25", Write("/Devices/M/Volts", "231.25", "locale=de-DE"));
+}
+
+TEST_F(WritePathTest, WritesAValueInTheLeafsType) {
+  EXPECT_EQ("231.25", Write("/Devices/M/Volts", "231.25"));
+  const toolkit::CElement stored = Stored("/Devices/M/Volts");
+  EXPECT_EQ(PCD_TYPE_REAL, stored.get_type());
+  EXPECT_EQ(231.25, stored.to_double());
+  EXPECT_EQ("42", Write("/Devices/M/Count", " 42"));
+  EXPECT_EQ(42, Stored("/Devices/M/Count").to_int());
+  EXPECT_TRUE(LogHas("Wrote 42 to /Devices/M/Count/Value"));
+  EXPECT_TRUE(LogHas("Will write to /Devices/M/Volts/Value with type = 4, "
+                     "from Web-Services:operator@10.0.0.7"));
+}
+
+TEST_F(WritePathTest, TextThatDoesNotFitTheTypeIsRefused) {
+  EXPECT_EQ("? 12 Bad Value Format : Could not transform abc",
+            Write("/Devices/M/Count", "abc"));
+  EXPECT_EQ(3, Stored("/Devices/M/Count").to_int());
+  EXPECT_EQ("? 12 Bad Value Format : Could not transform 1e999",
+            Write("/Devices/M/Volts", "1e999"));
+  // Failures are logged like writes, with the result.
+  EXPECT_TRUE(LogHas("Wrote ? 12 Bad Value Format : Could not transform abc "
+                     "to /Devices/M/Count/Value"));
+}
+
+TEST_F(WritePathTest, ValueWithoutWritableTrueIsNotWritable) {
+  EXPECT_EQ("? 15 Not Writable : Value is not Writable",
+            Write("/Devices/M/Locked", "2"));
+  EXPECT_TRUE(LogHas("Value is not Writable for /Devices/M/Locked/Value"));
+  EXPECT_EQ("? 15 Not Writable : Value is not Writable",
+            Write("/Devices/M/NoFlag", "2"));
+  EXPECT_EQ(1.5, Stored("/Devices/M/Locked").to_double());
+}
+
+TEST_F(WritePathTest, MissingNodeOrLeafIsNodeNotFound) {
+  EXPECT_EQ("? 9 Node Not Found : Node does not exist",
+            Write("/Devices/M/Nope", "1"));
+  EXPECT_TRUE(LogHas("Node does not exist for /Devices/M/Nope/Value"));
+  EXPECT_EQ("? 9 Node Not Found : CDS access failed",
+            Write("/Devices/M/Volts/.LowAlarmLimit", "1"));
+  EXPECT_TRUE(LogHas("CCds::get_leaf() call failed for "
+                     "/Devices/M/Volts/.LowAlarmLimit"));
+}
+
+TEST_F(WritePathTest, OrdinaryWritesReachOnlyValueAndLimits) {
+  EXPECT_EQ("248", Write("/Devices/M/Volts/.HighAlarmLimit", "248"));
+  EXPECT_EQ(248.0, Stored("/Devices/M/Volts/.HighAlarmLimit").to_double());
+  // Even an Administrator, who passes the rights, is held to the rules
+  // without the administrative flag.
+  SetCaller("admin", "10.0.0.1");
+  EXPECT_EQ("? 11 Illegal Attribute : Attribute Units is not Writable",
+            Write("/Devices/M/Volts/Units", "kV"));
+  EXPECT_EQ("? 11 Illegal Attribute : Attribute Writable is not Writable",
+            Write("/Devices/M/Locked/Writable", "true"));
+  EXPECT_EQ("V", Stored("/Devices/M/Volts/Units").to_string());
+}
+
+TEST_F(WritePathTest, AdministrationWritesAnyAttributeButComputedOnes) {
+  EXPECT_EQ("kV", AdminWrite("/Devices/M/Volts/Units", "kV"));
+  EXPECT_EQ("kV", Stored("/Devices/M/Volts/Units").to_string());
+  EXPECT_EQ("? 11 Illegal Attribute : Automatic Attribute Children is not "
+            "Writable",
+            AdminWrite("/Devices/M/Children", "x"));
+  EXPECT_EQ("? 11 Illegal Attribute : Automatic Attribute ChildCount is not "
+            "Writable",
+            AdminWrite("/Devices/M/ChildCount", "3"));
+  // A request flag may be raised, never lowered: the platform does that.
+  EXPECT_EQ("? 11 Illegal Attribute : Attribute .ResetMinMax is "
+            "automatically set to false",
+            AdminWrite("/Devices/M/Volts/.ResetMinMax", "false"));
+  EXPECT_EQ("true", AdminWrite("/Devices/M/Volts/.ResetMinMax", "true"));
+  EXPECT_EQ("? 11 Illegal Attribute : Attribute .RefreshRequest is "
+            "automatically set to false",
+            AdminWrite("/Devices/M/Volts/.RefreshRequest", "false"));
+  // Writable=false does not hold node administration back.
+  EXPECT_EQ("9", AdminWrite("/Devices/M/Locked", "9"));
+}
+
+TEST_F(WritePathTest, UntypedLeavesTakeTheAttributesFixedType) {
+  // Limits and statistics follow the node's Value.
+  EXPECT_EQ("230", AdminWrite("/Devices/M/Volts/.Nominal", "230"));
+  EXPECT_EQ(PCD_TYPE_REAL, Stored("/Devices/M/Volts/.Nominal").get_type());
+  EXPECT_EQ("true", AdminWrite("/Devices/M/Volts/.AlarmEnable", "TRUE"));
+  EXPECT_EQ(PCD_TYPE_BOOL, Stored("/Devices/M/Volts/.AlarmEnable").get_type());
+  EXPECT_EQ("2", AdminWrite("/Devices/M/Volts/.Severity", "2"));
+  EXPECT_EQ(PCD_TYPE_INT, Stored("/Devices/M/Volts/.Severity").get_type());
+  EXPECT_EQ("? 12 Bad Value Format : Could not transform soon",
+            AdminWrite("/Devices/M/Volts/.TrendInterval", "soon"));
+  // No fixed type: the text as it is.
+  EXPECT_EQ("007", AdminWrite("/Devices/M/Volts:VendorNote", "007"));
+  EXPECT_EQ(PCD_TYPE_STRING, Stored("/Devices/M/Volts:VendorNote").get_type());
+}
+
+TEST_F(WritePathTest, FixedTypeTable) {
+  EXPECT_EQ(PCD_TYPE_BOOL, fixedAttributeType(17));
+  EXPECT_EQ(7, fixedAttributeType(11));
+  EXPECT_EQ(PCD_TYPE_INT, fixedAttributeType(15));
+  EXPECT_EQ(7, fixedAttributeType(44));
+  EXPECT_EQ(PCD_TYPE_INT, fixedAttributeType(31));
+  EXPECT_EQ(PCD_TYPE_NONE, fixedAttributeType(0));
+  EXPECT_EQ(PCD_TYPE_NONE, fixedAttributeType(2));
+  EXPECT_EQ(PCD_TYPE_NONE, fixedAttributeType(-1));
+}
+
+TEST_F(WritePathTest, MultistateTakesStateNames) {
+  EXPECT_EQ("Auto", Write("/Devices/M/Mode", "Auto"));
+  EXPECT_EQ(5, Stored("/Devices/M/Mode").to_int());
+  EXPECT_EQ("on", Write("/Devices/M/Mode", "on"));
+  EXPECT_EQ(1, Stored("/Devices/M/Mode").to_int());
+  EXPECT_EQ("? 12 Bad Value Format : Cannot find PossibleValue match to write",
+            Write("/Devices/M/Mode", "Standby"));
+  EXPECT_TRUE(LogHas("Cannot find PossibleValue match to write Standby to "
+                     "/Devices/M/Mode/Value"));
+  EXPECT_EQ(1, Stored("/Devices/M/Mode").to_int());
+}
+
+TEST_F(WritePathTest, BooleanTakesItsStateTexts) {
+  EXPECT_EQ("Closed", Write("/Devices/M/Breaker", "Closed"));
+  EXPECT_TRUE(Stored("/Devices/M/Breaker").to_bool());
+  EXPECT_EQ("? 12 Bad Value Format : Cannot find PossibleValue match to write",
+            Write("/Devices/M/Breaker", "Ajar"));
+  // Without state texts a boolean is "true" or "false".
+  EXPECT_EQ("true", Write("/Devices/M/Flag", "True"));
+  EXPECT_EQ(PCD_TYPE_BOOL, Stored("/Devices/M/Flag").get_type());
+  EXPECT_EQ("? 12 Bad Value Format : Could not transform yes",
+            Write("/Devices/M/Flag", "yes"));
+}
+
+TEST_F(WritePathTest, PersistOptionMakesTheLeafPersistent) {
+  element_property_t property = PCD_PROP_NORMAL;
+  EXPECT_EQ("231", Write("/Devices/M/Volts", "231", "persist"));
+  Stored("/Devices/M/Volts", &property);
+  EXPECT_EQ(PCD_PROP_PERSISTENT, property);
+  EXPECT_EQ("232", Write("/Devices/M/Volts", "232"));
+  Stored("/Devices/M/Volts", &property);
+  EXPECT_EQ(PCD_PROP_NORMAL, property);
+}
+
+TEST_F(WritePathTest, WriteIsStampedAndAttributedToTheCaller) {
+  // An old stamp first, so that a write that kept it cannot pass.
+  toolkit::CElement old(230.0);
+  old.set_time(timeval{1000, 0});
+  api_status_t status = API_STATUS_UNKNOWN;
+  ASSERT_EQ(0, ctx_->cds.set_leaf("/Devices/M/Volts", old, status,
+                                  PCD_TRIBOOL_UNKNOWN, "test"));
+  ASSERT_EQ(1000, Stored("/Devices/M/Volts").get_time().tv_sec);
+  timeval before{};
+  qrx_QRXtoUNIXtime64(qrx_UTCtime64(), &before);
+  EXPECT_EQ("231", Write("/Devices/M/Volts", "231"));
+  EXPECT_GE(Stored("/Devices/M/Volts").get_time().tv_sec, before.tv_sec);
+  EXPECT_EQ("Web-Services:operator@10.0.0.7", Writer("/Devices/M/Volts", "Value"));
+}
+
+TEST_F(WritePathTest, ChangeSourceOfAnUnknownCallerIsStillMade) {
+  EXPECT_EQ("Web-Services:@", changeSource(RequestCaller()));
+}
+
+TEST_F(WritePathTest, AdministeredValueTypeRecastsValueAndAlarmValueOnly) {
+  EXPECT_EQ("Real", AdminWrite("/Devices/M/Kind/ValueType", "Real"));
+  EXPECT_EQ(PCD_TYPE_REAL, Stored("/Devices/M/Kind").get_type());
+  EXPECT_EQ(7.0, Stored("/Devices/M/Kind").to_double());
+  EXPECT_EQ(PCD_TYPE_REAL, Stored("/Devices/M/Kind/.AlarmOnValue").get_type());
+  // The ValueType leaf itself is left as it was.
+  EXPECT_EQ("Integer", Stored("/Devices/M/Kind/ValueType").to_string());
+}
+
+TEST_F(WritePathTest, CheckWritableReadsTheLeaf) {
+  toolkit::CPath path("/Devices/M/Count");
+  ASSERT_EQ(0, path.normalize());
+  toolkit::CElement element;
+  std::string result;
+  const ServiceOptions options = Options("");
+  EXPECT_EQ(0, checkWritable(ctx_->cds, path, false, "5", element, result,
+                             options));
+  EXPECT_EQ(3, element.to_int());
+  toolkit::CPath missing("/Devices/M/Nope");
+  ASSERT_EQ(0, missing.normalize());
+  EXPECT_EQ(1, checkWritable(ctx_->cds, missing, false, "5", element, result,
+                             options));
+  EXPECT_EQ(0, checkWritable(ctx_->cds, missing, true, "5", element, result,
+                             options));
+  EXPECT_EQ(PCD_TYPE_NONE, element.get_type());
+}
+
+}  // namespace
+
+}  // namespace wsgated

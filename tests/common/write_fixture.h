@@ -1,0 +1,75 @@
+// The store the write tests work on: points of every kind a write treats
+// differently, an Operator as the caller, and read-backs of what a write
+// left in the store (value, property and recorded writer).
+
+#ifndef TESTS_COMMON_WRITE_FIXTURE_H_
+#define TESTS_COMMON_WRITE_FIXTURE_H_
+
+#include <sqlite3.h>
+
+#include <string>
+
+#include "platform/element.h"
+#include "tests/common/service_fixture.h"
+
+namespace wsgated {
+
+class WriteTest : public ServiceTest {
+ protected:
+  void SetUp() override {
+    ServiceTest::SetUp();
+    Seed("[/Devices/M/Volts]\n"
+         "ValueType = Real\nValue = 230.5\nWritable = true\nUnits = V\n"
+         ".HighAlarmLimit = 250\n"
+         "[/Devices/M/Count]\n"
+         "ValueType = Integer\nValue = 3\nWritable = true\n"
+         "[/Devices/M/Locked]\n"
+         "ValueType = Real\nValue = 1.5\nWritable = false\n"
+         "[/Devices/M/Mode]\n"
+         "ValueType = Multistate\nPossibleValues = Off;On;5=Auto\n"
+         "Value = 0\nWritable = true\n"
+         "[/Devices/M/Breaker]\n"
+         "ValueType = Boolean\nPossibleValues = Open;Closed\n"
+         "Value = false\nWritable = true\n");
+    SetCaller("operator", "10.0.0.7");
+  }
+
+  // The leaf at `path`, which must be readable.
+  toolkit::CElement Stored(const std::string& path,
+                           element_property_t* property = nullptr) {
+    api_status_t status = API_STATUS_UNKNOWN;
+    toolkit::CElement element;
+    element_property_t ignored = PCD_PROP_NORMAL;
+    ctx_->cds.get_leaf(path, status, element, property ? *property : ignored);
+    EXPECT_EQ(API_STATUS_OK, status) << path;
+    return element;
+  }
+
+  // Who the store recorded as the last writer of a leaf ("" when none).
+  // The client API has no call for it, so this reads the store file.
+  std::string Writer(const std::string& node, const std::string& attribute) {
+    sqlite3* db = nullptr;
+    std::string writer;
+    if (sqlite3_open_v2((dir_ + "/cds.db").c_str(), &db, SQLITE_OPEN_READONLY,
+                        nullptr) == SQLITE_OK) {
+      sqlite3_stmt* stmt = nullptr;
+      if (sqlite3_prepare_v2(db,
+                             "SELECT writer FROM leaf WHERE path = ?1 "
+                             "AND attr = ?2",
+                             -1, &stmt, nullptr) == SQLITE_OK) {
+        sqlite3_bind_text(stmt, 1, node.c_str(), -1, SQLITE_TRANSIENT);
+        sqlite3_bind_text(stmt, 2, attribute.c_str(), -1, SQLITE_TRANSIENT);
+        if (sqlite3_step(stmt) == SQLITE_ROW && sqlite3_column_text(stmt, 0)) {
+          writer = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0));
+        }
+      }
+      sqlite3_finalize(stmt);
+    }
+    sqlite3_close(db);
+    return writer;
+  }
+};
+
+}  // namespace wsgated
+
+#endif  // TESTS_COMMON_WRITE_FIXTURE_H_
