@@ -73,6 +73,13 @@ contains "$err" "TYPE_MISMATCH" "text into an Integer"
 expect 0 --store "$store" get /Devices/UPS1/LowBatteryThreshold
 [ "$out" = "30" ] || fail "a refused write changed the value to '$out'"
 
+# .Time and .Source describe the leaf, not its value.
+expect 0 --store "$store" get /Devices/UPS1/LowBatteryThreshold/Value.Time
+[[ "$out" =~ ^20[0-9][0-9]-[01][0-9]-[0-3][0-9]T[0-9:]{8}\.[0-9]{6}Z$ ]] ||
+  fail ".Time read '$out'"
+expect 0 --store "$store" get /Devices/UPS1/LowBatteryThreshold/Value.Source
+[ "$out" = "Persistent" ] || fail ".Source read '$out'"
+
 # State texts are accepted for booleans and multistates.
 expect 0 --store "$store" set /Devices/UPS1/BeeperEnabled Disabled
 expect 0 --store "$store" get /Devices/UPS1/BeeperEnabled

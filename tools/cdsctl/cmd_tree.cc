@@ -135,6 +135,28 @@ bool ConvertForSet(toolkit::CCds& cds, const toolkit::CPath& path,
                                    multistate) == 0;
 }
 
+// What `get` prints for a leaf: its value, or for the sub-attributes
+// ".Time" and ".Source" the value's time stamp and how the leaf came to hold
+// its value, in the words the web services use.
+std::string LeafText(const std::string& text, const toolkit::CElement& element,
+                     element_property_t property) {
+  toolkit::CPath path(text);
+  path.normalize();
+  const std::string& sub = path.getSubAttribute();
+  if (sub.compare(0, 5, ".Time") == 0) {
+    return toolkit::CElement(element.get_time()).to_string();
+  }
+  if (sub.compare(0, 7, ".Source") == 0) {
+    switch (property) {
+      case PCD_PROP_PERSISTENT: return "Persistent";
+      case PCD_PROP_AUTOMATIC: return "Automatic";
+      case PCD_PROP_MPL: return "MPL";
+      default: return "Normal";
+    }
+  }
+  return element.to_string();
+}
+
 }  // namespace
 
 int CmdShow(const Invocation& invocation) {
@@ -180,7 +202,8 @@ int CmdGet(const Invocation& invocation) {
       continue;
     }
     if (!single) std::cout << invocation.args[i] << " = ";
-    std::cout << elements[i].to_string() << "\n";
+    std::cout << LeafText(invocation.args[i], elements[i], properties[i])
+              << "\n";
   }
   return rc;
 }
