@@ -80,6 +80,17 @@ expect 0 --store "$store" get /Devices/UPS1/LowBatteryThreshold/Value.Time
 expect 0 --store "$store" get /Devices/UPS1/LowBatteryThreshold/Value.Source
 [ "$out" = "Persistent" ] || fail ".Source read '$out'"
 
+# --time stamps a write with a chosen time (ISO 8601 or UNIX seconds).
+stamped() {  # stamped GIVEN READ-BACK
+  expect 0 --store "$store" set --time "$1" /Devices/UPS1/LowBatteryThreshold 30
+  expect 0 --store "$store" get /Devices/UPS1/LowBatteryThreshold/Value.Time
+  [ "$out" = "$2" ] || fail "write stamped $1 reads '$out'"
+}
+stamped 2026-01-02T03:04:05.250000Z 2026-01-02T03:04:05.250000Z
+stamped 1700000000.5 2023-11-14T22:13:20.500000Z
+expect 1 --store "$store" set --time yesterday /Devices/UPS1/LowBatteryThreshold 31
+contains "$err" "cannot read 'yesterday' as a time" "bad time"
+
 # State texts are accepted for booleans and multistates.
 expect 0 --store "$store" set /Devices/UPS1/BeeperEnabled Disabled
 expect 0 --store "$store" get /Devices/UPS1/BeeperEnabled

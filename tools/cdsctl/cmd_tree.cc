@@ -210,10 +210,15 @@ int CmdGet(const Invocation& invocation) {
 
 int CmdSet(const Invocation& invocation) {
   std::vector<std::string> args = invocation.args;
-  std::string error, type_name;
-  bool has_type = false;
-  if (!TakeOption(&args, "--type", &type_name, &has_type, &error)) {
+  std::string error, type_name, time_text;
+  bool has_type = false, has_time = false;
+  if (!TakeOption(&args, "--type", &type_name, &has_type, &error) ||
+      !TakeOption(&args, "--time", &time_text, &has_time, &error)) {
     return UsageError(error);
+  }
+  timeval time = toolkit::CElement::_invalid_time;
+  if (has_time && !ParseTime(time_text, &time)) {
+    return UsageError("cannot read '" + time_text + "' as a time");
   }
   bool persist = TakeFlag(&args, "--persist");
   if (!NoUnknownOptions(args, &error)) return UsageError(error);
@@ -239,6 +244,8 @@ int CmdSet(const Invocation& invocation) {
                          "' as " + pcd_enum_to_str(type) +
                          ": TYPE_MISMATCH");
   }
+  // Without --time the store stamps the write with the present time.
+  element.set_time(time);
   api_status_t status = API_STATUS_UNKNOWN;
   cds->set_leaf(path.getPath(), element, status,
                 persist ? PCD_TRIBOOL_TRUE : PCD_TRIBOOL_UNKNOWN,
