@@ -23,7 +23,7 @@ namespace cdsctl {
 enum ExitCode : int {
   kExitOk = 0,
   kExitUsage = 1,    // bad command line or unreadable input file
-  kExitNoStore = 2,  // the store cannot be opened
+  kExitNoStore = 2,  // the store (or a log file) cannot be opened
   kExitFailed = 3,   // the store refused the operation
 };
 
@@ -101,6 +101,8 @@ int CmdRule(const Invocation& invocation);
 int CmdEvents(const Invocation& invocation);
 int CmdWatchdogs(const Invocation& invocation);
 int CmdSyslog(const Invocation& invocation);
+// cmd_log_db.cc
+int CmdLog(const Invocation& invocation);
 // cmd_attributes.cc
 int CmdAttributes(const Invocation& invocation);
 
