@@ -78,6 +78,30 @@ TEST(LogOpen, ForeignFilesAreRefusedAndLeftUntouched) {
   }
 }
 
+TEST(LogOpen, DamagedLogFailsWithAStatus) {
+  TempDir dir;
+  const std::string path = dir.path("log.db");
+  pcd_log_writer_t writer = nullptr;
+  ASSERT_EQ(0, pcd_log_open_writer(path.c_str(), nullptr, &writer));
+  std::vector<toolkit::CEvent> batch(50, Record(1, 0, 1));
+  ASSERT_EQ(0, pcd_log_append(writer, batch));
+  pcd_log_close_writer(writer);
+  {  // the header stays; the schema and the first pages do not
+    std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(100);
+    file << std::string(8000, '\xA5');
+  }
+  pcd_log_handle_t reader = nullptr;
+  ASSERT_EQ(0, OpenReader(path, &reader));
+  std::vector<toolkit::CEvent> records;
+  EXPECT_EQ(LOG_STATUS_CORRUPT,
+            toolkit::CLog(reader).retrieve(records, nullptr, nullptr, nullptr,
+                                           0, false, false, 0));
+  pcd_log_close(reader);
+  EXPECT_EQ(LOG_STATUS_CORRUPT,
+            pcd_log_open_writer(path.c_str(), nullptr, &writer));
+}
+
 TEST(LogOpen, UnsupportedFlagsAndSettingsAreRefused) {
   TempDir dir;
   const std::string path = dir.path("log.db");
