@@ -20,10 +20,7 @@ using toolkit::CEvent;
 using Seqs = std::vector<uint32_t>;
 
 timeval At(long long sec, long usec) {
-  timeval tv;
-  tv.tv_sec = static_cast<time_t>(sec);
-  tv.tv_usec = static_cast<suseconds_t>(usec);
-  return tv;
+  return timeval{static_cast<time_t>(sec), static_cast<suseconds_t>(usec)};
 }
 
 TEST_F(LogTest, BoundsAreInclusiveToTheMicrosecond) {
@@ -36,16 +33,12 @@ TEST_F(LogTest, BoundsAreInclusiveToTheMicrosecond) {
     const timeval* start;
     const timeval* end;
     Seqs want;
-  } cases[] = {
-      {nullptr, nullptr, {1, 2, 3, 4, 5}},
-      {&t1000_1, nullptr, {2, 3, 4, 5}},
-      {nullptr, &t1000_1, {1, 2}},
-      {&t1000_1, &t1000_1, {2}},  // one time stamp as both bounds
-      {&t1000_2, &t1001, {3, 4}},
-      {&t1000, &t1000, {1}},
-      {&t1001, &t1000, {}},  // crossed bounds
-      {&t999, &t999, {}},
-  };
+  } cases[] = {{nullptr, nullptr, {1, 2, 3, 4, 5}},
+               {&t1000_1, nullptr, {2, 3, 4, 5}}, {nullptr, &t1000_1, {1, 2}},
+               {&t1000_1, &t1000_1, {2}},  // one time stamp as both bounds
+               {&t1000_2, &t1001, {3, 4}}, {&t1000, &t1000, {1}},
+               {&t1001, &t1000, {}},  // crossed bounds
+               {&t999, &t999, {}}};
   for (const Case& c : cases) {
     EXPECT_EQ(c.want, Found(nullptr, c.start, c.end, 0, false, false))
         << (c.start ? c.start->tv_usec : -1) << ".."
@@ -70,16 +63,11 @@ TEST_F(LogTest, LimitKeepsOldestOrNewestInEitherOrder) {
     int max;
     bool latest, reverse;
     Seqs want;
-  } cases[] = {
-      {3, false, false, {1, 2, 3}},
-      {3, true, false, {4, 5, 6}},
-      {3, false, true, {3, 2, 1}},
-      {3, true, true, {6, 5, 4}},
-      {1, true, false, {6}},
-      {10, true, false, {1, 2, 3, 4, 5, 6}},
-      {0, true, false, {1, 2, 3, 4, 5, 6}},
-      {-1, false, true, {6, 5, 4, 3, 2, 1}},
-  };
+  } cases[] = {{3, false, false, {1, 2, 3}}, {3, true, false, {4, 5, 6}},
+               {3, false, true, {3, 2, 1}}, {3, true, true, {6, 5, 4}},
+               {1, true, false, {6}}, {0, true, false, {1, 2, 3, 4, 5, 6}},
+               {10, true, false, {1, 2, 3, 4, 5, 6}},
+               {-1, false, true, {6, 5, 4, 3, 2, 1}}};
   for (const Case& c : cases) {
     EXPECT_EQ(c.want,
               Found(nullptr, nullptr, nullptr, c.max, c.latest, c.reverse))
@@ -92,37 +80,25 @@ TEST_F(LogTest, LimitKeepsOldestOrNewestInEitherOrder) {
 }
 
 TEST_F(LogTest, FilterMatchesWholeComponentsAndItsTextLiterally) {
+  // Indexes 0..8 name the records in the expectations.
   const char* const paths[] = {
-      "/Devices/Meter1",                   // 0
-      "/Devices/Meter1/VoltageL1N/Value",  // 1
-      "/Devices/Meter1:Units",             // 2
-      "/Devices/Meter10/Value",            // 3
-      "/Devices/Meter1-2/Value",           // 4
-      "/Devices/Me%er1/Value",             // 5
-      "/Devices/Me_er1/Value",             // 6
-      "/Devices/O'Brien\"/Value",          // 7
-      "/Other/Value",                      // 8
-  };
+      "/Devices/Meter1", "/Devices/Meter1/VoltageL1N/Value",
+      "/Devices/Meter1:Units", "/Devices/Meter10/Value",
+      "/Devices/Meter1-2/Value", "/Devices/Me%er1/Value",
+      "/Devices/Me_er1/Value", "/Devices/O'Brien\"/Value", "/Other/Value"};
   std::vector<CEvent> records;
   for (uint32_t i = 0; i < 9; ++i) records.push_back(Record(1, 0, i, paths[i]));
   Append(records);
   struct Case {
     const char* filter;
     Seqs want;
-  } cases[] = {
-      {"/Devices/Meter1", {0, 1, 2}},
-      {"/Devices/Meter1/", {0, 1, 2}},
-      {"/Devices/Meter1/VoltageL1N", {1}},
-      {"/Devices/Meter", {}},
-      {"/Devices/Me%er1", {5}},
-      {"/Devices/Me_er1", {6}},
-      {"/Devices/Me%", {}},
-      {"%", {}},
-      {"/Devices/O'Brien\"", {7}},
-      {"/Devices", {0, 1, 2, 3, 4, 5, 6, 7}},
-      {"/", {0, 1, 2, 3, 4, 5, 6, 7, 8}},
-      {"", {0, 1, 2, 3, 4, 5, 6, 7, 8}},
-  };
+  } cases[] = {{"/Devices/Meter1", {0, 1, 2}},
+               {"/Devices/Meter1/", {0, 1, 2}},
+               {"/Devices/Meter1/VoltageL1N", {1}}, {"/Devices/Meter", {}},
+               {"/Devices/Me%er1", {5}}, {"/Devices/Me_er1", {6}},
+               {"/Devices/Me%", {}}, {"%", {}}, {"/Devices/O'Brien\"", {7}},
+               {"/Devices", {0, 1, 2, 3, 4, 5, 6, 7}},
+               {"", {0, 1, 2, 3, 4, 5, 6, 7, 8}}};
   for (const Case& c : cases) {
     EXPECT_EQ(c.want, Found(c.filter, nullptr, nullptr, 0, false, false))
         << "filter '" << c.filter << "'";
