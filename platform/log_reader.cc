@@ -1,13 +1,14 @@
 // Reading a log: pcd_log_init, pcd_log_close and CLog::retrieve (log.h).
 //
-// A retrieval is one SELECT, and one statement reads one snapshot of the
-// file, so a reader never sees part of a batch. The statements below are
-// fixed texts: absent bounds become the extreme times, no limit becomes
-// LIMIT -1, and the path filter is bound as text ranges, so no request
-// changes the SQL and no character of a filter is a wildcard.
+// The records of a retrieval come from one SELECT, and one statement reads
+// one snapshot of the file, so a reader never sees part of a batch (the
+// probe below only picks the plan). The statements are fixed texts: absent
+// bounds become the extreme times, no limit becomes LIMIT -1, and the path
+// filter is bound as text ranges, so no request changes the SQL and no
+// character of a filter is a wildcard.
 //
 // A filtered retrieval has two plans, and which is fast depends on how many
-// records the filter matches (measured on a million records, bench/):
+// records the filter matches (measured in the sqlite3 shell on log_bench's million records):
 //   seek  read the matching keys (time, seq, id) from record_path alone,
 //         sort them, keep `max`, then fetch those rows: cost grows with the
 //         matches (one point: 3 ms; everything: 190 ms for 10000 records)
