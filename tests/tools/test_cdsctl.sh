@@ -73,6 +73,24 @@ contains "$err" "TYPE_MISMATCH" "text into an Integer"
 expect 0 --store "$store" get /Devices/UPS1/LowBatteryThreshold
 [ "$out" = "30" ] || fail "a refused write changed the value to '$out'"
 
+# .Time and .Source describe the leaf, not its value.
+expect 0 --store "$store" get /Devices/UPS1/LowBatteryThreshold/Value.Time
+[[ "$out" =~ ^20[0-9][0-9]-[01][0-9]-[0-3][0-9]T[0-9:]{8}\.[0-9]{6}Z$ ]] ||
+  fail ".Time read '$out'"
+expect 0 --store "$store" get /Devices/UPS1/LowBatteryThreshold/Value.Source
+[ "$out" = "Persistent" ] || fail ".Source read '$out'"
+
+# --time stamps a write with a chosen time (ISO 8601 or UNIX seconds).
+stamped() {  # stamped GIVEN READ-BACK
+  expect 0 --store "$store" set --time "$1" /Devices/UPS1/LowBatteryThreshold 30
+  expect 0 --store "$store" get /Devices/UPS1/LowBatteryThreshold/Value.Time
+  [ "$out" = "$2" ] || fail "write stamped $1 reads '$out'"
+}
+stamped 2026-01-02T03:04:05.250000Z 2026-01-02T03:04:05.250000Z
+stamped 1700000000.5 2023-11-14T22:13:20.500000Z
+expect 1 --store "$store" set --time yesterday /Devices/UPS1/LowBatteryThreshold 31
+contains "$err" "cannot read 'yesterday' as a time" "bad time"
+
 # State texts are accepted for booleans and multistates.
 expect 0 --store "$store" set /Devices/UPS1/BeeperEnabled Disabled
 expect 0 --store "$store" get /Devices/UPS1/BeeperEnabled
@@ -147,6 +165,43 @@ expect 3 --store "$store" get /Fresh
 # --replace starts from an empty store.
 expect 0 --store "$store" create --replace
 expect 3 --store "$store" get /Software/Locales/Value
+
+# --- log files -----------------------------------------------------------
+log="$work/alarms.db"
+expect 2 log show "$log"
+contains "$err" "cannot open log $log: NO_FILE" "missing log"
+[ ! -e "$log" ] || fail "log show created $log"
+expect 0 log create "$log" --cap 1000
+expect 3 log create "$log"
+contains "$err" "exists" "log created twice"
+printf '%s\n' \
+  $'2026-03-01T10:00:00.000000Z\t1\t/Devices/Meter1/VoltageL1N/Value\tReal\t230.4\t0' \
+  $'2026-03-01T10:00:00.000000Z\t1\t/Devices/Meter10/VoltageL1N/Value\tReal\t231\t1' \
+  '# an alarm keeps its number; a description may hold an escaped tab' \
+  $'1772359201.5\t8\t/Devices/Me%er1/Alarm/Value\tBoolean\ttrue\t0\t42\tHigh : since\\tnow' \
+  >"$work/records.tsv"
+expect 0 log append "$log" "$work/records.tsv"
+expect 0 log show "$log"
+[ "$(echo "$out" | cut -f5 | tr '\n' ' ')" = "230.4 231 true " ] ||
+  fail "log order/values: $out"
+contains "$out" $'2026-03-01T10:00:01.500000Z\t8\t/Devices/Me%er1/Alarm/Value\tBoolean\ttrue\t0\t42\tHigh : since\\tnow' "alarm line"
+expect 0 log show "$log" --path /Devices/Meter1
+[ "$(echo "$out" | cut -f3)" = "/Devices/Meter1/VoltageL1N/Value" ] ||
+  fail "path filter: $out"
+expect 0 log show "$log" --path /Devices/Me%
+[ -z "$out" ] || fail "a % in the filter matched: $out"
+expect 0 log show "$log" --from 2026-03-01T10:00:00.000000Z --to 2026-03-01T10:00:00.000000Z --latest --max 1 --reverse
+[ "$(echo "$out" | cut -f5)" = "231" ] || fail "bounds and limit: $out"
+printf 'not\ta record\n' >"$work/bad.tsv"
+expect 1 log append "$log" "$work/bad.tsv"
+contains "$err" "bad.tsv:1: expected TIME KIND PATH TYPE VALUE" "bad record line"
+# The serialized form copies records whole, alarm numbers included.
+expect 0 log show "$log" --serialized
+echo "$out" >"$work/records.ev"
+expect 0 log create "$work/copy-log.db"
+expect 0 log append "$work/copy-log.db" "$work/records.ev"
+expect 0 log show "$work/copy-log.db" --serialized
+[ "$out" = "$(cat "$work/records.ev")" ] || fail "serialized copy differs: $out"
 
 if [ "$failures" -ne 0 ]; then
   echo "$failures check(s) failed" >&2

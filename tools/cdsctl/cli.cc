@@ -120,6 +120,15 @@ std::string FormatQrxTime(long long qrx_us) {
   return toolkit::CElement(tv).to_string();
 }
 
+bool ParseTime(const std::string& text, timeval* time) {
+  toolkit::CElement element(text);
+  if (text.empty() || element.convert_type(PCD_TYPE_TIMEVAL) != 0) {
+    return false;
+  }
+  *time = element.to_timeval();
+  return true;
+}
+
 bool ReadFile(const std::string& path, std::string* text) {
   std::ifstream in(path, std::ios::binary);
   if (!in) return false;

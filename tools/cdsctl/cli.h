@@ -8,6 +8,8 @@
 #ifndef TOOLS_CDSCTL_CLI_H_
 #define TOOLS_CDSCTL_CLI_H_
 
+#include <sys/time.h>
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,7 +23,7 @@ namespace cdsctl {
 enum ExitCode : int {
   kExitOk = 0,
   kExitUsage = 1,    // bad command line or unreadable input file
-  kExitNoStore = 2,  // the store cannot be opened
+  kExitNoStore = 2,  // the store (or a log file) cannot be opened
   kExitFailed = 3,   // the store refused the operation
 };
 
@@ -70,6 +72,11 @@ bool TakeNumberOption(std::vector<std::string>* args, const std::string& name,
 // A qrx time (microseconds since 1970, UTC) as ISO 8601 text.
 std::string FormatQrxTime(long long qrx_us);
 
+// A time given on the command line: ISO 8601 UTC as cdsctl prints it
+// ("2026-11-22T10:15:00.250000Z") or UNIX seconds with an optional
+// fraction ("1700000000.5"). False for anything else.
+bool ParseTime(const std::string& text, timeval* time);
+
 // Reads a whole file into `text`; false when it cannot be read.
 bool ReadFile(const std::string& path, std::string* text);
 
@@ -94,6 +101,8 @@ int CmdRule(const Invocation& invocation);
 int CmdEvents(const Invocation& invocation);
 int CmdWatchdogs(const Invocation& invocation);
 int CmdSyslog(const Invocation& invocation);
+// cmd_log_db.cc
+int CmdLog(const Invocation& invocation);
 // cmd_attributes.cc
 int CmdAttributes(const Invocation& invocation);
 

@@ -135,6 +135,28 @@ bool ConvertForSet(toolkit::CCds& cds, const toolkit::CPath& path,
                                    multistate) == 0;
 }
 
+// What `get` prints for a leaf: its value, or for the sub-attributes
+// ".Time" and ".Source" the value's time stamp and how the leaf came to hold
+// its value, in the words the web services use.
+std::string LeafText(const std::string& text, const toolkit::CElement& element,
+                     element_property_t property) {
+  toolkit::CPath path(text);
+  path.normalize();
+  const std::string& sub = path.getSubAttribute();
+  if (sub.compare(0, 5, ".Time") == 0) {
+    return toolkit::CElement(element.get_time()).to_string();
+  }
+  if (sub.compare(0, 7, ".Source") == 0) {
+    switch (property) {
+      case PCD_PROP_PERSISTENT: return "Persistent";
+      case PCD_PROP_AUTOMATIC: return "Automatic";
+      case PCD_PROP_MPL: return "MPL";
+      default: return "Normal";
+    }
+  }
+  return element.to_string();
+}
+
 }  // namespace
 
 int CmdShow(const Invocation& invocation) {
@@ -180,17 +202,23 @@ int CmdGet(const Invocation& invocation) {
       continue;
     }
     if (!single) std::cout << invocation.args[i] << " = ";
-    std::cout << elements[i].to_string() << "\n";
+    std::cout << LeafText(invocation.args[i], elements[i], properties[i])
+              << "\n";
   }
   return rc;
 }
 
 int CmdSet(const Invocation& invocation) {
   std::vector<std::string> args = invocation.args;
-  std::string error, type_name;
-  bool has_type = false;
-  if (!TakeOption(&args, "--type", &type_name, &has_type, &error)) {
+  std::string error, type_name, time_text;
+  bool has_type = false, has_time = false;
+  if (!TakeOption(&args, "--type", &type_name, &has_type, &error) ||
+      !TakeOption(&args, "--time", &time_text, &has_time, &error)) {
     return UsageError(error);
+  }
+  timeval time = toolkit::CElement::_invalid_time;
+  if (has_time && !ParseTime(time_text, &time)) {
+    return UsageError("cannot read '" + time_text + "' as a time");
   }
   bool persist = TakeFlag(&args, "--persist");
   if (!NoUnknownOptions(args, &error)) return UsageError(error);
@@ -216,6 +244,8 @@ int CmdSet(const Invocation& invocation) {
                          "' as " + pcd_enum_to_str(type) +
                          ": TYPE_MISMATCH");
   }
+  // Without --time the store stamps the write with the present time.
+  element.set_time(time);
   api_status_t status = API_STATUS_UNKNOWN;
   cds->set_leaf(path.getPath(), element, status,
                 persist ? PCD_TRIBOOL_TRUE : PCD_TRIBOOL_UNKNOWN,

@@ -25,9 +25,10 @@ const char kUsage[] =
     "Tree:\n"
     "  show [PATH] [--depth N]        nodes with their attributes\n"
     "  get PATH...                    read leaves (one path: the value only)\n"
-    "  set PATH VALUE [--type T] [--persist]\n"
+    "  set PATH VALUE [--type T] [--persist] [--time TIME]\n"
     "                                 write a leaf; the text is converted to\n"
-    "                                 the leaf's type, or to T\n"
+    "                                 the leaf's type, or to T; stamped TIME\n"
+    "                                 (ISO 8601 UTC or UNIX seconds), else now\n"
     "  add PATH                       create a node and its ancestors\n"
     "  remove PATH                    remove a node and everything below it\n"
     "  clear PATH                     remove one attribute of a node\n"
@@ -42,9 +43,17 @@ const char kUsage[] =
     "  events [--after ID] [--max N]  the event queue\n"
     "  watchdogs                      registered software watchdogs\n"
     "  syslog [--max N]               the store's system event log\n"
+    "Log files (alarm/event, system and Delta logs; not the store):\n"
+    "  log show FILE [--path P] [--from TIME] [--to TIME] [--max N]\n"
+    "           [--latest] [--reverse] [--serialized]\n"
+    "                                 records oldest first, tab-separated:\n"
+    "                                 TIME KIND PATH TYPE VALUE SEQ ID DESC\n"
+    "  log create FILE [--cap N] [--page-size BYTES]\n"
+    "  log append FILE [INPUT]        records from INPUT (default stdin) in\n"
+    "                                 the show form or serialized, one batch\n"
     "  attributes [--markdown]        the table of well-known attributes\n"
     "\n"
-    "Exit status: 0 done, 1 bad usage, 2 store cannot be opened,\n"
+    "Exit status: 0 done, 1 bad usage, 2 store or log cannot be opened,\n"
     "3 operation failed.\n";
 
 struct Command {
@@ -61,7 +70,7 @@ const Command kCommands[] = {
     {"user", CmdUser},           {"anonymous", CmdAnonymous},
     {"rule", CmdRule},           {"events", CmdEvents},
     {"watchdogs", CmdWatchdogs}, {"syslog", CmdSyslog},
-    {"attributes", CmdAttributes},
+    {"attributes", CmdAttributes}, {"log", CmdLog},
 };
 
 bool IsHelp(const std::string& arg) { return arg == "-h" || arg == "--help"; }
