@@ -80,7 +80,7 @@ int createNode(ServiceContext* context, const std::string* optionsText,
   // without leaves (no paths) is a normal request.
   std::vector<std::string> listError;
   if (!paths.empty() &&
-      checkWriteLists(paths, values, options, listError) != 1) {
+      !checkWriteLists(paths, values, options, listError)) {
     result = listError.front();
     return 0;
   }

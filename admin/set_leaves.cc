@@ -15,7 +15,7 @@ int setLeaves(ServiceContext* context, const std::string* optionsText,
               std::vector<std::string>& results) {
   ServiceOptions options;
   parseServiceOptions(context, optionsText, options);
-  if (checkWriteLists(paths, values, options, results) != 1) return 0;
+  if (!checkWriteLists(paths, values, options, results)) return 0;
   return writeValues(context, true, options, paths, values, results);
 }
 

@@ -69,23 +69,23 @@ bool nodeGone(toolkit::CCds& cds, const toolkit::CPath& path) {
 
 }  // namespace
 
-int readValue(ServiceContext* context, const ServiceOptions& options,
-              const std::string& path, std::string& result) {
+void readValue(ServiceContext* context, const ServiceOptions& options,
+               const std::string& path, std::string& result) {
   toolkit::CPath parsed(path);
   if (parsed.normalize() != 0) {
     logInfo(kLogErrors, "Error in supplied path %s", path.c_str());
     setBnwsError(kBnwsBadPathSyntax, "CDS Error in supplied path", result,
                  &options);
-    return 0;
+    return;
   }
   // The rights test, the read and the rendering's own reads (possible
   // values) see one state of the store and pay its locks once.
   toolkit::CCdsSnapshot snapshot(context->cds);
-  if (readRefused(context, options, parsed, result)) return 0;
+  if (readRefused(context, options, parsed, result)) return;
   if (!options.localeValid) {
     setBnwsError(kBnwsLocaleNotSupported, options.locale.c_str(), result,
                  &options);
-    return 0;
+    return;
   }
   api_status_t status;
   toolkit::CElement element;
@@ -94,16 +94,15 @@ int readValue(ServiceContext* context, const ServiceOptions& options,
   bool enumerated;
   readAttribute(context, options, rc, parsed, status, element, property,
                 enumerated, result);
-  return 0;
 }
 
-int readAttribute(ServiceContext* context, const ServiceOptions& options,
-                  int storeResult, const toolkit::CPath& path,
-                  api_status_t status, const toolkit::CElement& element,
-                  element_property_t property, bool& enumerated,
-                  std::string& result) {
+bool readAttribute(ServiceContext* context, const ServiceOptions& options,
+                   int storeResult, const toolkit::CPath& path,
+                   api_status_t status, const toolkit::CElement& element,
+                   element_property_t property, bool& enumerated,
+                   std::string& result) {
   enumerated = false;
-  if (readRefused(context, options, path, result)) return 1;
+  if (readRefused(context, options, path, result)) return false;
   if (storeResult == 0 && status == API_STATUS_OK &&
       element.get_type() != PCD_TYPE_NONE) {
     const std::string& sub = path.getSubAttribute();
@@ -115,43 +114,42 @@ int readAttribute(ServiceContext* context, const ServiceOptions& options,
     }
     if (sub.empty() ||
         subAttributeText(sub, element, property, enumerated, result)) {
-      return 0;
+      return true;
     }
     setBnwsError(kBnwsIllegalAttribute, ("Unknown sub-Attribute " + sub).c_str(),
                  result, &options);
-    return 0;
+    return true;
   }
   const int code = status == API_STATUS_BAD_PATH ? kBnwsBadPathSyntax
                                                  : kBnwsNodeNotFound;
   logInfo(kLogDump, "CDS access failed for %s", path.original().c_str());
   setBnwsError(code, "CDS access failed", result, &options);
-  return 1;
+  return false;
 }
 
-int readLeafResults(ServiceContext* context, const ServiceOptions& options,
-                    const std::vector<toolkit::CPath>& paths,
-                    const std::vector<api_status_t>& statuses,
-                    const std::vector<toolkit::CElement>& elements,
-                    const std::vector<element_property_t>& properties,
-                    std::vector<std::string>& results) {
+void readLeafResults(ServiceContext* context, const ServiceOptions& options,
+                     const std::vector<toolkit::CPath>& paths,
+                     const std::vector<api_status_t>& statuses,
+                     const std::vector<toolkit::CElement>& elements,
+                     const std::vector<element_property_t>& properties,
+                     std::vector<std::string>& results) {
   results.clear();
   results.reserve(paths.size());
   std::string result;
   bool enumerated;
   for (size_t i = 0; i < paths.size(); ++i) {
     if (readAttribute(context, options, 0, paths[i], statuses[i], elements[i],
-                      properties[i], enumerated, result) == 0 &&
+                      properties[i], enumerated, result) &&
         nodeGone(context->cds, paths[i])) {
       setBnwsError(kBnwsNodeNotFound, "CDS access failed", result, &options);
     }
     results.push_back(std::move(result));
   }
-  return 0;
 }
 
-int readValues(ServiceContext* context, const ServiceOptions& options,
-               const std::vector<std::string>& paths,
-               std::vector<std::string>& results) {
+void readValues(ServiceContext* context, const ServiceOptions& options,
+                const std::vector<std::string>& paths,
+                std::vector<std::string>& results) {
   results.clear();
   std::string error;
   if (paths.empty()) {
@@ -175,34 +173,34 @@ int readValues(ServiceContext* context, const ServiceOptions& options,
     // it: without it each of those pays the store's file locks per path.
     toolkit::CCdsSnapshot snapshot(context->cds);
     if (context->cds.get_leaves(paths, statuses, elements, properties) == 0) {
-      return readLeafResults(context, options, parsed, statuses, elements,
-                             properties, results);
+      readLeafResults(context, options, parsed, statuses, elements,
+                      properties, results);
+      return;
     }
     setBnwsError(kBnwsNodeNotFound, "CDS access failed", error, &options);
   }
   results.push_back(std::move(error));
-  return 0;
 }
 
-int readRelativeValues(ServiceContext* context, const ServiceOptions& options,
-                       const std::string* basePath,
-                       const std::vector<std::string>& relativePaths,
-                       std::vector<std::string>& results) {
+void readRelativeValues(ServiceContext* context, const ServiceOptions& options,
+                        const std::string* basePath,
+                        const std::vector<std::string>& relativePaths,
+                        std::vector<std::string>& results) {
   results.clear();
-  if (basePath == nullptr) return 0;
+  if (basePath == nullptr) return;
   std::vector<std::string> paths;
   paths.reserve(relativePaths.size());
   for (const std::string& relative : relativePaths) {
     paths.push_back(*basePath + relative);
   }
-  return readValues(context, options, paths, results);
+  readValues(context, options, paths, results);
 }
 
-int readValueWithSuffix(ServiceContext* context, const ServiceOptions& options,
-                        const std::string& path, const std::string& suffix,
-                        std::string& result) {
-  if (suffix.empty()) return readValue(context, options, path, result);
-  return readValue(context, options, path + ":" + suffix, result);
+void readValueWithSuffix(ServiceContext* context,
+                         const ServiceOptions& options, const std::string& path,
+                         const std::string& suffix, std::string& result) {
+  readValue(context, options, suffix.empty() ? path : path + ":" + suffix,
+            result);
 }
 
 }  // namespace wsgated

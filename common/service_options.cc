@@ -156,10 +156,11 @@ void resolveLocale(ServiceContext* context, ServiceOptions& options) {
 
 }  // namespace
 
-int parseServiceOptions(ServiceContext* context, const std::string* optionsText,
-                        ServiceOptions& options) {
+void parseServiceOptions(ServiceContext* context,
+                         const std::string* optionsText,
+                         ServiceOptions& options) {
   resetOptions(context, options);
-  if (optionsText == nullptr || optionsText->empty()) return 0;
+  if (optionsText == nullptr || optionsText->empty()) return;
   // Tokens are not trimmed: " readback" is an unknown option.
   for (const std::string& token :
        toolkit::CElement::split_string(*optionsText, ';')) {
@@ -168,7 +169,6 @@ int parseServiceOptions(ServiceContext* context, const std::string* optionsText,
   if (!options.locale.empty() && options.localeSupport) {
     resolveLocale(context, options);
   }
-  return 0;
 }
 
 }  // namespace wsgated

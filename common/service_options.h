@@ -42,10 +42,12 @@ struct ServiceOptions {
   bool localeSupport = false;
 };
 
-// Fill `options` from `optionsText` (may be null: no options). Always
-// returns 0. Every operation that has an options element calls this first.
-int parseServiceOptions(ServiceContext* context, const std::string* optionsText,
-                        ServiceOptions& options);
+// Fill `options` from `optionsText` (may be null: no options). Parsing
+// never fails. Every operation that has an options element calls this
+// first.
+void parseServiceOptions(ServiceContext* context,
+                         const std::string* optionsText,
+                         ServiceOptions& options);
 
 }  // namespace wsgated
 

@@ -8,6 +8,7 @@
 #include "common/service_context.h"
 #include "common/service_options.h"
 #include "common/value_conversion.h"
+#include "common/write_conversion.h"
 #include "common/write_steps.h"
 #include "platform/attributes.h"
 #include "platform/cds.h"
@@ -20,51 +21,6 @@ namespace wsgated {
 const char* const kChangeOrigin = "Web-Services";
 
 namespace {
-
-// What checkWritable returns.
-enum WritableCheck {
-  kMayWrite = 0,
-  kLeafUnreadable = 1,
-  kValueNotWritable = 2,
-  kAttributeNotWritable = 3,
-  kAutomaticAttribute = 4,
-};
-
-struct FixedAttributeType {
-  int type;  // data_type_t, or kTypeOfNodeValue
-  int code;  // pcd_attr_t
-};
-
-// Attributes whose first write cannot take its type from an earlier value.
-// Limits, statistics and the alarm value follow the node's Value; flags are
-// booleans; intervals, classes and severities are integers.
-const FixedAttributeType kFixedAttributeTypes[] = {
-    {PCD_TYPE_BOOL, PCD_ATTR_RESET_COUNTER},
-    {kTypeOfNodeValue, PCD_ATTR_MINIMUM},
-    {kTypeOfNodeValue, PCD_ATTR_MAXIMUM},
-    {kTypeOfNodeValue, PCD_ATTR_AVERAGE},
-    {PCD_TYPE_INT, PCD_ATTR_PRECISION},
-    {PCD_TYPE_BOOL, PCD_ATTR_RESET_MIN_MAX},
-    {PCD_TYPE_BOOL, PCD_ATTR_WRITABLE},
-    {PCD_TYPE_BOOL, PCD_ATTR_REFRESH_REQUEST},
-    {PCD_TYPE_BOOL, PCD_ATTR_HAS_DYNAMIC_CHILDREN},
-    {kTypeOfNodeValue, PCD_ATTR_ALARM_ON_VALUE},
-    {PCD_TYPE_BOOL, PCD_ATTR_ALARM_ENABLE},
-    {PCD_TYPE_BOOL, PCD_ATTR_TREND_ENABLE},
-    {PCD_TYPE_BOOL, PCD_ATTR_AUTO_CLOSING},
-    {kTypeOfNodeValue, PCD_ATTR_RANGE_LOW},
-    {kTypeOfNodeValue, PCD_ATTR_RANGE_HIGH},
-    {kTypeOfNodeValue, PCD_ATTR_NOMINAL},
-    {kTypeOfNodeValue, PCD_ATTR_HIGH_ALARM_LIMIT},
-    {kTypeOfNodeValue, PCD_ATTR_LOW_ALARM_LIMIT},
-    {kTypeOfNodeValue, PCD_ATTR_HIGH_WARNING_LIMIT},
-    {kTypeOfNodeValue, PCD_ATTR_LOW_WARNING_LIMIT},
-    {kTypeOfNodeValue, PCD_ATTR_HYSTERESIS},
-    {PCD_TYPE_INT, PCD_ATTR_LOG_INTERVAL},
-    {PCD_TYPE_INT, PCD_ATTR_TREND_INTERVAL},
-    {PCD_TYPE_INT, PCD_ATTR_SEVERITY},
-    {PCD_TYPE_INT, PCD_ATTR_ALARM_CLASS},
-};
 
 void logInfo1(const char* format, const std::string& path) {
   logInfo(kLogErrors, format, path.c_str());
@@ -105,8 +61,9 @@ bool valueIsWritable(toolkit::CCds& cds, const toolkit::CPath& path) {
          status == API_STATUS_OK && writable.to_bool();
 }
 
-int refuseAttribute(const char* prefix, const std::string& name,
-                    const char* suffix, int check, std::string& result,
+WritableCheck refuseAttribute(const char* prefix, const std::string& name,
+                              const char* suffix, WritableCheck check,
+                              std::string& result,
                     const ServiceOptions& options) {
   const std::string detail = prefix + name + suffix;
   setBnwsError(kBnwsIllegalAttribute, detail.c_str(), result, &options);
@@ -115,7 +72,7 @@ int refuseAttribute(const char* prefix, const std::string& name,
 
 // Ordinary writers may write a Value that is marked Writable and the alarm
 // and warning limits, nothing else.
-int checkOrdinaryWrite(toolkit::CCds& cds, const toolkit::CPath& path,
+WritableCheck checkOrdinaryWrite(toolkit::CCds& cds, const toolkit::CPath& path,
                        int code, std::string& result,
                        const ServiceOptions& options) {
   if (code == PCD_ATTR_VALUE) {
@@ -135,7 +92,7 @@ int checkOrdinaryWrite(toolkit::CCds& cds, const toolkit::CPath& path,
 // Administrators may write anything but what the store computes, and may
 // not clear a request flag: only the platform sets those back to false,
 // once the request has been carried out.
-int checkAdminWrite(const toolkit::CPath& path, int code,
+WritableCheck checkAdminWrite(const toolkit::CPath& path, int code,
                     const std::string& valueText, std::string& result,
                     const ServiceOptions& options) {
   const std::string& name = path.getPathAttribute();
@@ -171,14 +128,26 @@ data_type_t nodeValueType(toolkit::CCds& cds, const toolkit::CPath& path) {
   return value.get_type();
 }
 
-// The type the client's text becomes: the leaf's own, else the attribute's
-// fixed type, else String.
-data_type_t targetType(toolkit::CCds& cds, const toolkit::CPath& path,
-                       int code, data_type_t stored) {
-  if (stored != PCD_TYPE_NONE) return stored;
-  const data_type_t fixed = fixedAttributeType(code);
-  if (fixed == kTypeOfNodeValue) return nodeValueType(cds, path);
-  return fixed == PCD_TYPE_NONE ? PCD_TYPE_STRING : fixed;
+// What the client's text becomes: the leaf's own type, else the
+// attribute's fixed type, else String. A Value (or alarm value) whose node
+// has states a writer may set takes a state's name.
+WriteTarget singleWriteTarget(toolkit::CCds& cds, const toolkit::CPath& path,
+                              int code, data_type_t stored) {
+  WriteTarget target;
+  target.type = stored;
+  if (target.type == PCD_TYPE_NONE) {
+    const data_type_t fixed = fixedAttributeType(code);
+    if (fixed == kTypeOfNodeValue) {
+      target.type = nodeValueType(cds, path);
+    } else {
+      target.type = fixed == PCD_TYPE_NONE ? PCD_TYPE_STRING : fixed;
+    }
+  }
+  if (takesStateNames(code, target.type)) {
+    target.stateNames = toolkit::CCds_Multistate(cds).GetWriterStates(
+        path.getPath(), target.type, target.states);
+  }
+  return target;
 }
 
 // Everything a single write needs once the checks have passed.
@@ -188,48 +157,25 @@ struct SingleWrite {
   const toolkit::CPath& path;
   const std::string& text;
   int code;
-  data_type_t type;
+  WriteTarget target;
   std::string source;
 };
-
-// Convert the client's text in `element` to the target type. A Value (or
-// alarm value) of a node with states takes the state's name; `stateName`
-// says so. Returns false with the error in `result`.
-bool convertForWrite(const SingleWrite& write, toolkit::CElement& element,
-                     bool& stateName, std::string& result) {
-  const std::string where = write.path.getPath();
-  if (takesStateNames(write.code, write.type)) {
-    bool multistate = false;
-    toolkit::CCds_Multistate states(write.cds);
-    if (states.StringToMultiValue(where, write.type, write.text, element,
-                                  multistate) == 0) {
-      stateName = true;
-      return true;
-    }
-    if (multistate) {
-      logInfo(kLogErrors, "Cannot find PossibleValue match to write %s to %s",
-                     write.text.c_str(), where.c_str());
-      setBnwsError(kBnwsBadValueFormat,
-                   "Cannot find PossibleValue match to write", result,
-                   &write.options);
-      return false;
-    }
-  } else {
-    logInfo(kLogActivity, "Will write to %s with type = %d, from %s",
-                   where.c_str(), static_cast<int>(write.type),
-                   write.source.c_str());
-  }
-  return convertTextToType(element, write.type, result, &write.options) ==
-         kConversionOk;
-}
 
 // Steps after the checks: convert and store (or, for a ValueType written
 // by node administration, re-cast the values that depend on it).
 void storeValue(const SingleWrite& write, bool adminFlag,
                 toolkit::CElement& element, std::string& result) {
+  const std::string where = write.path.getPath();
+  if (!takesStateNames(write.code, write.target.type)) {
+    logInfo(kLogActivity, "Will write to %s with type = %d, from %s",
+            where.c_str(), static_cast<int>(write.target.type),
+            write.source.c_str());
+  }
   stampClientText(write.text, element);
-  bool stateName = false;
-  if (!convertForWrite(write, element, stateName, result)) return;
+  if (!convertWriteText(kSingleWriteRules, write.target, where, write.text,
+                        element, result, write.options)) {
+    return;
+  }
   if (adminFlag && write.code == PCD_ATTR_VALUE_TYPE) {
     // Deliberately nothing else is written: a ValueType sent by node
     // administration re-casts the values the node already holds.
@@ -239,7 +185,6 @@ void storeValue(const SingleWrite& write, bool adminFlag,
     return;
   }
   api_status_t status = API_STATUS_UNKNOWN;
-  const std::string where = write.path.getPath();
   if (write.cds.set_leaf(where, element, status,
                          persistenceFlag(write.options), write.source) != 0 ||
       status != API_STATUS_OK) {
@@ -248,7 +193,8 @@ void storeValue(const SingleWrite& write, bool adminFlag,
                  &write.options);
     return;
   }
-  result = stateName ? write.text : element.to_string();
+  // A state is answered as the client named it, not as its number.
+  if (write.target.stateNames) result = write.text;
 }
 
 }  // namespace
@@ -262,13 +208,14 @@ std::string changeSource(const RequestCaller& caller) {
 }
 
 data_type_t fixedAttributeType(int code) {
-  for (const FixedAttributeType& entry : kFixedAttributeTypes) {
-    if (entry.code == code) return static_cast<data_type_t>(entry.type);
+  const AttributeInfo* info = pcd_attr_info(code);
+  if (info == nullptr || (info->flags & PCD_AF_FIXED_TYPE) == 0) {
+    return PCD_TYPE_NONE;
   }
-  return PCD_TYPE_NONE;
+  return static_cast<data_type_t>(info->default_type);
 }
 
-int checkWritable(toolkit::CCds& cds, const toolkit::CPath& path,
+WritableCheck checkWritable(toolkit::CCds& cds, const toolkit::CPath& path,
                   bool adminFlag, const std::string& valueText,
                   toolkit::CElement& element, std::string& result,
                   const ServiceOptions& options) {
@@ -303,7 +250,7 @@ int writeValue(ServiceContext* context, bool adminFlag,
   }
   const int code = attributeCode(cpath);
   const SingleWrite write{cds,  options, cpath, *value, code,
-                          targetType(cds, cpath, code, element.get_type()),
+                          singleWriteTarget(cds, cpath, code, element.get_type()),
                           changeSource(context->caller)};
   storeValue(write, adminFlag, element, result);
   logInfo(kLogActivity, "Wrote %s to %s", result.c_str(),
@@ -311,10 +258,10 @@ int writeValue(ServiceContext* context, bool adminFlag,
   return 0;
 }
 
-int checkWriteLists(const std::vector<std::string>& paths,
-                    const std::vector<std::string>& values,
-                    const ServiceOptions& options,
-                    std::vector<std::string>& results) {
+bool checkWriteLists(const std::vector<std::string>& paths,
+                     const std::vector<std::string>& values,
+                     const ServiceOptions& options,
+                     std::vector<std::string>& results) {
   int code = -1;
   const char* detail = nullptr;
   if (paths.empty()) {
@@ -327,12 +274,12 @@ int checkWriteLists(const std::vector<std::string>& paths,
     code = kBnwsIndexOutOfRange;
     detail = "Mismatched array sizes";
   } else {
-    return 1;
+    return true;
   }
   std::string error;
   setBnwsError(code, detail, error, &options);
   results.push_back(error);
-  return 0;
+  return false;
 }
 
 }  // namespace wsgated

@@ -50,21 +50,29 @@ int writeValue(ServiceContext* context, bool adminFlag,
                const ServiceOptions& options, const std::string* path,
                const std::string* value, std::string& result);
 
-// Read the leaf at the normalised `path` into `element` and apply the
-// writability rules. Returns 0 when the write may go on, 1 node missing or
-// unreadable, 2 value not writable, 3 attribute not writable, 4 automatic
-// attribute; otherwise `result` holds the error result.
-int checkWritable(toolkit::CCds& cds, const toolkit::CPath& path,
-                  bool adminFlag, const std::string& valueText,
-                  toolkit::CElement& element, std::string& result,
-                  const ServiceOptions& options);
+// What checkWritable found; anything but kMayWrite leaves an error result.
+enum WritableCheck {
+  kMayWrite = 0,
+  kLeafUnreadable = 1,        // the node is missing or the leaf unreadable
+  kValueNotWritable = 2,      // a Value whose Writable is not true
+  kAttributeNotWritable = 3,  // an attribute ordinary writers may not write
+  kAutomaticAttribute = 4,    // computed by the store, or cleared by it
+};
 
-// Validate the two lists of a multi-write. Returns 1 when they are usable;
-// otherwise appends one error result to `results` and returns 0.
-int checkWriteLists(const std::vector<std::string>& paths,
-                    const std::vector<std::string>& values,
-                    const ServiceOptions& options,
-                    std::vector<std::string>& results);
+// Read the leaf at the normalised `path` into `element` and apply the
+// writability rules. Anything but kMayWrite leaves the error result in
+// `result`.
+WritableCheck checkWritable(toolkit::CCds& cds, const toolkit::CPath& path,
+                            bool adminFlag, const std::string& valueText,
+                            toolkit::CElement& element, std::string& result,
+                            const ServiceOptions& options);
+
+// Validate the two lists of a multi-write. Returns true when they are
+// usable; otherwise appends one error result to `results`.
+bool checkWriteLists(const std::vector<std::string>& paths,
+                     const std::vector<std::string>& values,
+                     const ServiceOptions& options,
+                     std::vector<std::string>& results);
 
 // Write values[i] to paths[i], all surviving entries in one store call (all
 // or nothing). Appends one result per path; returns 0, or

@@ -2,7 +2,6 @@
 // that survive are stored in one transaction, so a client never sees half
 // of a set of values that belong together.
 
-#include <cstdint>
 #include <utility>
 
 #include "common/bnws_error.h"
@@ -10,11 +9,11 @@
 #include "common/service_context.h"
 #include "common/service_options.h"
 #include "common/value_conversion.h"
+#include "common/write_conversion.h"
 #include "common/write_path.h"
 #include "common/write_steps.h"
 #include "platform/attributes.h"
 #include "platform/cds.h"
-#include "platform/multistate.h"
 #include "platform/path.h"
 
 namespace wsgated {
@@ -26,8 +25,7 @@ struct WriteEntry {
   toolkit::CPath path;              // normalised
   std::string text;                 // the client's value text
   toolkit::CElement element;        // the leaf as read, then what to store
-  data_type_t type = PCD_TYPE_NONE; // target type; None until known
-  bool enumerated = false;          // the text names one of the node's states
+  WriteTarget target;               // type None until known
   bool store = false;               // passed every step so far
   std::string result;
 };
@@ -53,8 +51,9 @@ bool checkEntries(ServiceContext* context, bool adminFlag,
       continue;
     }
     if (!writeAuthorized(context, entry.path, adminFlag)) return false;
-    entry.store = checkWritable(context->cds, entry.path, adminFlag, entry.text,
-                                entry.element, entry.result, options) == 0;
+    entry.store = checkWritable(context->cds, entry.path, adminFlag,
+                                entry.text, entry.element, entry.result,
+                                options) == kMayWrite;
   }
   return true;
 }
@@ -73,8 +72,8 @@ void applyValueType(WriteEntry& typeEntry, std::vector<WriteEntry>& entries) {
     const std::string target = typeEntry.path.getNewPathStr(attribute);
     for (WriteEntry& entry : entries) {
       if (!entry.store || entry.path.getPath() != target) continue;
-      entry.type = type;
-      entry.enumerated = enumerated;
+      entry.target.type = type;
+      entry.target.stateNames = enumerated;
       if (type != PCD_TYPE_STRING) {
         logInfo(kLogActivity, "Re-Casting for %s to %s", target.c_str(),
                        typeName(type));
@@ -102,88 +101,45 @@ std::vector<PrefetchedLeaf> prefetchedLeaves(
   return leaves;
 }
 
-// The target type of an entry that no ValueType of the call governs: the
-// leaf's own type, else the attribute's fixed type, where "the Value's type"
-// may come from this very call. A Value that may take state names learns
-// here whether its node has states, and which.
-void resolveStoredType(toolkit::CCds& cds, WriteEntry& entry,
-                       const std::vector<PrefetchedLeaf>& prefetched,
-                       std::string& states) {
+// The target of an entry that no ValueType of the call governs: the leaf's
+// own type, else the attribute's fixed type, where "the Value's type" may
+// come from this very call. A Value that may take state names learns here
+// whether its node has states, and which.
+void resolveStoredTarget(toolkit::CCds& cds, WriteEntry& entry,
+                         const std::vector<PrefetchedLeaf>& prefetched) {
+  WriteTarget& target = entry.target;
   const std::string& node = entry.path.getNodePath();
   const int code = attributeCode(entry.path);
-  entry.type = entry.element.get_type();
-  if (entry.type != PCD_TYPE_NONE) {
-    if (takesStateNames(code, entry.type)) {
-      lookupValueType(cds, node, &prefetched, states, entry.enumerated);
+  target.type = entry.element.get_type();
+  if (target.type != PCD_TYPE_NONE) {
+    if (takesStateNames(code, target.type)) {
+      lookupValueType(cds, node, &prefetched, target.states,
+                      target.stateNames);
     }
     return;
   }
   const data_type_t fixed = fixedAttributeType(code);
   if (fixed == kTypeOfNodeValue) {
-    entry.type = lookupValueType(cds, node, &prefetched, states,
-                                 entry.enumerated);
+    target.type = lookupValueType(cds, node, &prefetched, target.states,
+                                  target.stateNames);
   } else if (fixed == PCD_TYPE_NONE) {
     logInfo(kLogActivity, "Unknown ValueType for %s",
-                   entry.path.getPath().c_str());
-    entry.type = PCD_TYPE_STRING;
+            entry.path.getPath().c_str());
+    target.type = PCD_TYPE_STRING;
   } else {
-    entry.type = fixed;
+    target.type = fixed;
   }
 }
 
-void resolveType(toolkit::CCds& cds, WriteEntry& entry,
-                 const std::vector<PrefetchedLeaf>& prefetched,
-                 std::string& states) {
-  if (entry.type == PCD_TYPE_NONE) {
-    resolveStoredType(cds, entry, prefetched, states);
-  } else if (entry.enumerated) {
+void resolveTarget(toolkit::CCds& cds, WriteEntry& entry,
+                   const std::vector<PrefetchedLeaf>& prefetched) {
+  if (entry.target.type == PCD_TYPE_NONE) {
+    resolveStoredTarget(cds, entry, prefetched);
+  } else if (entry.target.stateNames) {
     bool enumerated = false;  // the call's ValueType already said
-    lookupValueType(cds, entry.path.getNodePath(), &prefetched, states,
-                    enumerated);
+    lookupValueType(cds, entry.path.getNodePath(), &prefetched,
+                    entry.target.states, enumerated);
   }
-}
-
-bool refuseStateName(WriteEntry& entry, const char* logFormat,
-                     const char* detail, const ServiceOptions& options) {
-  logInfo(kLogErrors, logFormat, entry.text.c_str(),
-                 entry.path.getPath().c_str());
-  setBnwsError(kBnwsBadValueFormat, detail, entry.result, &options);
-  return false;
-}
-
-// The client's text as the value of the entry's target type: a state name
-// for enumerated types, checked text otherwise.
-bool convertEntry(WriteEntry& entry, const std::string& states,
-                  const ServiceOptions& options) {
-  stampClientText(entry.text, entry.element);
-  if (!entry.enumerated) {
-    return convertTextToType(entry.element, entry.type, entry.result,
-                             &options) == kConversionOk;
-  }
-  if (entry.type == PCD_TYPE_BOOL) {
-    bool flag = false;
-    if (!toolkit::CCds_Multistate::GetBoolFromString(states, entry.text,
-                                                     flag)) {
-      return refuseStateName(entry,
-                             "Cannot find bool match for %s to write to %s",
-                             "Cannot find bool match to write", options);
-    }
-    entry.element.set_bool(flag);
-    return true;
-  }
-  int32_t number = 0;
-  if (!toolkit::CCds_Multistate::GetEnumValue(states, entry.text, number)) {
-    return refuseStateName(entry,
-                           "Cannot find enum match for %s to write to %s",
-                           "Cannot find PossibleValue match to write",
-                           options);
-  }
-  if (entry.type == PCD_TYPE_UINT) {
-    entry.element.set_uint(static_cast<uint32_t>(number));
-  } else {
-    entry.element.set_int(number);
-  }
-  return true;
 }
 
 void convertEntries(toolkit::CCds& cds, const ServiceOptions& options,
@@ -191,9 +147,11 @@ void convertEntries(toolkit::CCds& cds, const ServiceOptions& options,
   const std::vector<PrefetchedLeaf> prefetched = prefetchedLeaves(entries);
   for (WriteEntry& entry : entries) {
     if (!entry.store) continue;
-    std::string states;
-    resolveType(cds, entry, prefetched, states);
-    entry.store = convertEntry(entry, states, options);
+    resolveTarget(cds, entry, prefetched);
+    stampClientText(entry.text, entry.element);
+    entry.store = convertWriteText(kMultiWriteRules, entry.target,
+                                   entry.path.getPath(), entry.text,
+                                   entry.element, entry.result, options);
   }
 }
 

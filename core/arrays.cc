@@ -41,8 +41,8 @@ bool isArrayAttribute(const std::string& attribute) {
   return std::string(kArrayAttributes).find(attribute) != std::string::npos;
 }
 
-int readArray(ServiceContext* context, const ServiceOptions& options,
-              const std::string* path, std::vector<std::string>& items) {
+void readArray(ServiceContext* context, const ServiceOptions& options,
+               const std::string* path, std::vector<std::string>& items) {
   items.clear();
   std::string text;
   if (path == nullptr || path->empty()) {
@@ -59,12 +59,11 @@ int readArray(ServiceContext* context, const ServiceOptions& options,
       readValue(context, options, *path, text);
       if (!isErrorText(text, options)) {
         items = toolkit::CElement::split_string(text, ';');
-        return 0;
+        return;
       }
     }
   }
   items.push_back(std::move(text));
-  return 0;
 }
 
 std::string arraySizeResult(const std::vector<std::string>& items,

@@ -22,9 +22,9 @@ extern const char* const kArrayAttributes;
 bool isArrayAttribute(const std::string& attribute);
 
 // Fill `items` with the items of the array at `path` (may be null), or with
-// exactly one item, an error result. Returns 0.
-int readArray(ServiceContext* context, const ServiceOptions& options,
-              const std::string* path, std::vector<std::string>& items);
+// exactly one item, an error result.
+void readArray(ServiceContext* context, const ServiceOptions& options,
+               const std::string* path, std::vector<std::string>& items);
 
 // What the three array operations begin with: parse `optionsText` into
 // `options`, then readArray.

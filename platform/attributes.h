@@ -90,6 +90,9 @@ enum : unsigned {
   PCD_AF_TRANSLATABLE = 1u << 4,    // text translated into the caller's locale
   PCD_AF_EVENT_TEXT = 1u << 5,      // event text, localised like descriptions
   PCD_AF_ARRAY = 1u << 6,           // ";"-separated list
+  PCD_AF_FIXED_TYPE = 1u << 7,      // a write to a leaf without a type yet
+                                    // takes default_type (kTypeOfNodeValue:
+                                    // the node's Value's type)
 };
 
 struct AttributeInfo {

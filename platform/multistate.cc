@@ -199,37 +199,50 @@ bool CCds_Multistate::GetBoolFromString(const std::string& possibleValues,
   return true;
 }
 
+bool CCds_Multistate::GetWriterStates(const std::string& path,
+                                      data_type_t type, std::string& states) {
+  if (type != PCD_TYPE_BOOL && type != PCD_TYPE_INT && type != PCD_TYPE_UINT) {
+    return false;
+  }
+  NodeStates node;
+  if (!read_states(cds_, path, &node)) return false;
+  const std::string& list = states_text(node, true);
+  if (list.empty()) return false;
+  if (type != PCD_TYPE_BOOL && !is_multistate_type(node.value_type)) {
+    return false;
+  }
+  states = list;
+  return true;
+}
+
+bool CCds_Multistate::TextToState(const std::string& states, data_type_t type,
+                                  const std::string& text, CElement& element) {
+  if (type == PCD_TYPE_BOOL) {
+    bool flag = false;
+    if (!GetBoolFromString(states, text, flag)) return false;
+    element.set_bool(flag);
+    return true;
+  }
+  int32_t number = 0;
+  if (!GetEnumValue(states, text, number)) return false;
+  if (type == PCD_TYPE_INT) {
+    element.set_int(number);
+  } else if (type == PCD_TYPE_UINT && number >= 0) {
+    element.set_uint(static_cast<uint32_t>(number));
+  } else {
+    return false;
+  }
+  return true;
+}
+
 int CCds_Multistate::StringToMultiValue(const std::string& path,
                                         data_type_t type,
                                         const std::string& text,
                                         CElement& element, bool& multistate) {
-  multistate = false;
-  if (type != PCD_TYPE_BOOL && type != PCD_TYPE_INT && type != PCD_TYPE_UINT) {
-    return 1;
-  }
-  NodeStates node;
-  if (!read_states(cds_, path, &node)) return 1;
-  const std::string& list = states_text(node, true);
-  if (list.empty()) return 1;  // nothing to match: the caller converts
-  if (type == PCD_TYPE_BOOL) {
-    multistate = true;
-    bool flag = false;
-    if (!GetBoolFromString(list, text, flag)) return 1;
-    element.set_bool(flag);
-    return 0;
-  }
-  if (!is_multistate_type(node.value_type)) return 1;
-  multistate = true;
-  int32_t number = 0;
-  if (!GetEnumValue(list, text, number)) return 1;
-  if (type == PCD_TYPE_INT) {
-    element.set_int(number);
-  } else if (number >= 0) {
-    element.set_uint(static_cast<uint32_t>(number));
-  } else {
-    return 1;
-  }
-  return 0;
+  std::string states;
+  multistate = GetWriterStates(path, type, states);
+  if (!multistate) return 1;  // nothing to match: the caller converts
+  return TextToState(states, type, text, element) ? 0 : 1;
 }
 
 }  // namespace toolkit

@@ -60,6 +60,22 @@ class CCds_Multistate {
   static bool GetBoolFromString(const std::string& possibleValues,
                                 const std::string& text, bool& value);
 
+  // The states a writer's text for the node of `path` is matched against
+  // when the value is of `type`: the node's WritableValues when present,
+  // else its PossibleValues; for integer types only when the node is a
+  // Multistate. False (and `states` untouched) when there are none: the
+  // writer's text is then a plain number or "true"/"false".
+  bool GetWriterStates(const std::string& path, data_type_t type,
+                       std::string& states);
+
+  // Store the state that `text` names among `states` into `element` as
+  // `type` (PCD_TYPE_BOOL: GetBoolFromString; PCD_TYPE_INT and _UINT:
+  // GetEnumValue). An Unsigned value cannot hold a state numbered below 0,
+  // so such a state is refused like an unknown one. False when nothing
+  // matches; the element is changed only on success (value and type).
+  static bool TextToState(const std::string& states, data_type_t type,
+                          const std::string& text, CElement& element);
+
   // Convert a writer's text for the node of `path` into `element` of `type`
   // (PCD_TYPE_BOOL, _UINT or _INT) using the node's states (WritableValues
   // when present). `multistate` is set when the node has states to match

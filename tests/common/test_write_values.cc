@@ -109,22 +109,6 @@ TEST_F(WriteValuesTest, UnsupportedLocaleGivesOneResult) {
   EXPECT_EQ(230.5, Stored("/Devices/M/Volts").to_double());
 }
 
-TEST_F(WriteValuesTest, StateNamesAreMatchedAgainstPossibleValues) {
-  EXPECT_EQ((Texts{"true", "1"}),
-            Write({"/Devices/M/Breaker", "/Devices/M/Mode"}, {"closed", "On"}));
-  EXPECT_TRUE(Stored("/Devices/M/Breaker").to_bool());
-  EXPECT_EQ((Texts{"? 12 Bad Value Format : Cannot find bool match to write",
-                   "? 12 Bad Value Format : Cannot find PossibleValue match "
-                   "to write"}),
-            Write({"/Devices/M/Breaker", "/Devices/M/Mode"},
-                  {"Ajar", "Standby"}));
-  EXPECT_TRUE(LogHas("Cannot find bool match for Ajar to write to "
-                     "/Devices/M/Breaker/Value"));
-  EXPECT_TRUE(LogHas("Cannot find enum match for Standby to write to "
-                     "/Devices/M/Mode/Value"));
-  EXPECT_EQ(1, Stored("/Devices/M/Mode").to_int());
-}
-
 TEST_F(WriteValuesTest, ValueTypeGovernsTheCallsValuesAndIsNotStored) {
   EXPECT_EQ((Texts{"Real", "1.5"}),
             AdminWrite({"/Devices/M/Note/ValueType", "/Devices/M/Note"},
