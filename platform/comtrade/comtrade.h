@@ -64,12 +64,13 @@ void comtrade_close(comtrade_handle_t* handle);
 // `path` names the set with or without an extension: "dir/rec",
 // "dir/rec.cfg" (or .dat/.hdr/.inf: the set is read all the same) or
 // "dir/rec.cff". Without an extension the separate files are read when any
-// of them exists, otherwise "dir/rec.cff". Each extension is tried in lower
-// and then upper case. Only regular files are opened, never blocking on a
-// FIFO or device. The whole set fails when a part present is bad (data
-// shorter or longer than the configuration declares, counts that
-// contradict, syntax); a data file without a configuration cannot be
-// decoded and counts as absent. On failure the handle holds no part.
+// of them exists, otherwise "dir/rec.cff". Each extension is tried as the
+// path spells it, then in lower and in upper case. Only regular files are
+// opened, never blocking on a FIFO or device. The whole set fails when a
+// part present is bad (data shorter or longer than the configuration
+// declares, counts that contradict, syntax); a data file without a
+// configuration cannot be decoded and counts as absent. On failure the
+// handle holds no part.
 int comtrade_read_all_files(comtrade_handle_t* handle, const char* path);
 
 // Which parts the last successful read found (false for a null handle).

@@ -89,7 +89,7 @@ const char* AsciiRowParser::Parse(std::string_view line, size_t row,
 }
 
 std::string Where(const LineReader& lines) {
-  return "data line " + std::to_string(lines.line_number()) + ": ";
+  return "line " + std::to_string(lines.line_number()) + ": ";
 }
 
 int Fail(std::string* why, int status, const std::string& message) {

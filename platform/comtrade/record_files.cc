@@ -32,13 +32,18 @@ std::string Upper(std::string text) {
 }
 
 // Candidates for the part with `extension`: the path itself when it has
-// that extension, else base.ext and base.EXT.
+// that extension, then base.ext and base.EXT.
 std::vector<std::string> PartCandidates(const std::string& path,
                                         const char* extension) {
   std::string base = path, given;
   SplitRecordExtension(path, &base, &given);
-  if (given == extension) return {path};
-  return {base + "." + extension, base + "." + Upper(extension)};
+  std::vector<std::string> names;
+  if (given == extension) names.push_back(path);
+  for (const std::string& name :
+       {base + "." + extension, base + "." + Upper(extension)}) {
+    if (name != path) names.push_back(name);
+  }
+  return names;
 }
 
 int Fail(std::string* why, int status, const std::string& message) {

@@ -2,7 +2,8 @@
 //
 // A record set at "dir/rec" is the files dir/rec.cfg, .dat, .hdr and .inf,
 // or the combined dir/rec.cff. Each extension is tried in lower case, then
-// in upper case; an extension given in the path is used as spelt. Only
+// in upper case; an extension given in the path is tried first as spelt
+// ("rec.Cfg"). Only
 // regular files are read: a FIFO, device or folder is refused before it is
 // opened, and the file is opened non-blocking and checked again, so that
 // no read can block or reach anything but a plain file.
