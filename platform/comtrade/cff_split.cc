@@ -17,6 +17,7 @@
 #include <string>
 
 #include "platform/comtrade/comtrade.h"
+#include "platform/comtrade/guard.h"
 #include "platform/comtrade/number.h"
 #include "platform/comtrade/parse.h"
 #include "platform/comtrade/text.h"
@@ -130,8 +131,9 @@ int CombinedSplitter::Open(const Marker& marker, size_t start, size_t* next) {
   *next = start;
   outside_ = false;
   if (target == nullptr) return COMTRADE_OK;  // a section we do not read
-  if (target->present) return Fail(COMTRADE_ERR_INCONSISTENT, "a section "
-                                   "appears twice");
+  if (target->present) {
+    return Fail(COMTRADE_ERR_INCONSISTENT, "a section appears twice");
+  }
   target->present = true;
   bool binary = false;
   if (target == &parts_->dat) {
@@ -143,8 +145,10 @@ int CombinedSplitter::Open(const Marker& marker, size_t start, size_t* next) {
     section_start_ = start;
     return COMTRADE_OK;
   }
-  if (!marker.has_size) return Fail(COMTRADE_ERR_SYNTAX, "binary DAT section "
-                                    "without its byte count");
+  if (!marker.has_size) {
+    return Fail(COMTRADE_ERR_SYNTAX, "binary DAT section without its byte "
+                "count");
+  }
   if (marker.size > bytes_.size() - start) {
     return Fail(COMTRADE_ERR_TRUNCATED, "binary DAT section is shorter than "
                 "its byte count");
@@ -183,7 +187,8 @@ int CombinedSplitter::Split() {
 int SplitCombined(std::string_view bytes, RecordBytes* parts,
                   std::string* why) {
   *parts = RecordBytes();
-  return CombinedSplitter(bytes, parts, why).Split();
+  return NoThrow(why,
+                 [&] { return CombinedSplitter(bytes, parts, why).Split(); });
 }
 
 int ParseCombined(std::string_view bytes, Record* record, std::string* why) {

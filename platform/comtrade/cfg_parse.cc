@@ -12,6 +12,7 @@
 
 #include "platform/comtrade/comtrade.h"
 #include "platform/comtrade/datetime.h"
+#include "platform/comtrade/guard.h"
 #include "platform/comtrade/number.h"
 #include "platform/comtrade/parse.h"
 #include "platform/comtrade/text.h"
@@ -95,8 +96,9 @@ bool ConfigParser::Real(std::string_view field, double blank, double* value) {
 int ConfigParser::ParseIdentity() {
   int rc = NextLine("station line");
   if (rc != COMTRADE_OK) return rc;
-  if (fields_.size() > 3) return Fail(COMTRADE_ERR_SYNTAX, "station line has "
-                                      "more than 3 fields");
+  if (fields_.size() > 3) {
+    return Fail(COMTRADE_ERR_SYNTAX, "station line has more than 3 fields");
+  }
   config_->station = std::string(fields_[0]);
   if (fields_.size() > 1) config_->device = std::string(fields_[1]);
   int64_t year = 1991;  // the 1991 revision wrote no year
@@ -341,9 +343,11 @@ const char* DataFormatName(DataFormat format) {
 }
 
 int ParseConfig(std::string_view bytes, Config* config, std::string* why) {
-  *config = Config();
-  const std::string text = DecodeText(bytes);
-  return ConfigParser(text, config, why).Parse();
+  return NoThrow(why, [&] {
+    *config = Config();
+    const std::string text = DecodeText(bytes);
+    return ConfigParser(text, config, why).Parse();
+  });
 }
 
 }  // namespace comtrade

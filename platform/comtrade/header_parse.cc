@@ -3,6 +3,7 @@
 #include "platform/comtrade/header_parse.h"
 
 #include "platform/comtrade/comtrade.h"
+#include "platform/comtrade/guard.h"
 #include "platform/comtrade/number.h"
 #include "platform/comtrade/text.h"
 
@@ -25,10 +26,8 @@ Key LineKey(std::string_view line, std::string_view* value) {
   return Key::kNone;
 }
 
-}  // namespace
-
-int ParseHeader(std::string_view text, HeaderInfo* info, std::string* why) {
-  *info = HeaderInfo();
+int ReadKeyedLines(std::string_view text, HeaderInfo* info,
+                   std::string* why) {
   bool have_event = false, have_channel = false;
   std::string first_free_line;
   LineReader lines(text);
@@ -61,6 +60,13 @@ int ParseHeader(std::string_view text, HeaderInfo* info, std::string* why) {
   }
   if (!have_event) info->event = first_free_line;
   return COMTRADE_OK;
+}
+
+}  // namespace
+
+int ParseHeader(std::string_view text, HeaderInfo* info, std::string* why) {
+  *info = HeaderInfo();
+  return NoThrow(why, [&] { return ReadKeyedLines(text, info, why); });
 }
 
 }  // namespace comtrade

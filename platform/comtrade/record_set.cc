@@ -4,6 +4,7 @@
 
 #include "platform/comtrade/comtrade.h"
 #include "platform/comtrade/dat_internal.h"
+#include "platform/comtrade/guard.h"
 #include "platform/comtrade/parse.h"
 #include "platform/comtrade/text.h"
 
@@ -31,42 +32,26 @@ int Prefix(std::string* why, const char* part, int status) {
   return status;
 }
 
-}  // namespace
-
-int ParseData(const Config& config, std::string_view bytes, Samples* samples,
-              std::string* why) {
-  *samples = Samples();
-  int rc = config.format == DataFormat::kAscii
-               ? ParseAsciiData(config, bytes, samples, why)
-               : ParseBinaryData(config, bytes, samples, why);
-  if (rc != COMTRADE_OK) *samples = Samples();
-  return rc;
+int LoadData(const RecordBytes& parts, Record* record, std::string* why) {
+  if (parts.dat_format_declared && parts.dat_format != record->config.format) {
+    if (why != nullptr) *why = "its section declares another format";
+    return Prefix(why, "data", COMTRADE_ERR_INCONSISTENT);
+  }
+  int rc = ParseData(record->config, parts.dat.bytes, &record->samples, why);
+  if (rc != COMTRADE_OK) return Prefix(why, "data", rc);
+  record->has_data = true;
+  return COMTRADE_OK;
 }
 
-int LoadRecord(const RecordBytes& parts, Record* record, std::string* why) {
-  *record = Record();
-  int rc = COMTRADE_OK;
+int Load(const RecordBytes& parts, Record* record, std::string* why) {
   if (parts.cfg.present) {
-    rc = ParseConfig(parts.cfg.bytes, &record->config, why);
-    if (rc != COMTRADE_OK) {
-      *record = Record();
-      return Prefix(why, "configuration", rc);
-    }
+    int rc = ParseConfig(parts.cfg.bytes, &record->config, why);
+    if (rc != COMTRADE_OK) return Prefix(why, "configuration", rc);
     record->has_config = true;
   }
   if (parts.dat.present && record->has_config) {
-    if (parts.dat_format_declared &&
-        parts.dat_format != record->config.format) {
-      if (why != nullptr) *why = "its section declares another format";
-      rc = COMTRADE_ERR_INCONSISTENT;
-    } else {
-      rc = ParseData(record->config, parts.dat.bytes, &record->samples, why);
-    }
-    if (rc != COMTRADE_OK) {
-      *record = Record();
-      return Prefix(why, "data", rc);
-    }
-    record->has_data = true;
+    int rc = LoadData(parts, record, why);
+    if (rc != COMTRADE_OK) return rc;
   }
   record->has_header = DecodePart(parts.hdr, &record->header);
   record->has_info = DecodePart(parts.inf, &record->info);
@@ -75,6 +60,27 @@ int LoadRecord(const RecordBytes& parts, Record* record, std::string* why) {
     return COMTRADE_ERR_NOT_FOUND;
   }
   return COMTRADE_OK;
+}
+
+}  // namespace
+
+int ParseData(const Config& config, std::string_view bytes, Samples* samples,
+              std::string* why) {
+  *samples = Samples();
+  const int rc = NoThrow(why, [&] {
+    return config.format == DataFormat::kAscii
+               ? ParseAsciiData(config, bytes, samples, why)
+               : ParseBinaryData(config, bytes, samples, why);
+  });
+  if (rc != COMTRADE_OK) *samples = Samples();
+  return rc;
+}
+
+int LoadRecord(const RecordBytes& parts, Record* record, std::string* why) {
+  *record = Record();
+  const int rc = NoThrow(why, [&] { return Load(parts, record, why); });
+  if (rc != COMTRADE_OK) *record = Record();
+  return rc;
 }
 
 }  // namespace comtrade
