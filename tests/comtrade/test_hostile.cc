@@ -30,8 +30,14 @@ void* operator new(size_t size) {
   if (block == nullptr) throw std::bad_alloc();
   return block;
 }
+void* operator new[](size_t size) { return operator new(size); }
+void* operator new(size_t size, const std::nothrow_t&) noexcept {
+  return std::malloc(size == 0 ? 1 : size);
+}
 void operator delete(void* block) noexcept { Release(block); }
 void operator delete(void* block, size_t) noexcept { Release(block); }
+void operator delete[](void* block) noexcept { Release(block); }
+void operator delete[](void* block, size_t) noexcept { Release(block); }
 
 namespace {
 
