@@ -6,6 +6,8 @@
 
 namespace wsgated {
 
+const char* const kAuthenticationRealm = "wsgated";
+
 void applyInputLimits(struct soap* soap) {
   soap->maxlevel = kMaxXmlDepth;
   soap->maxlength = kMaxTextLength;
@@ -16,6 +18,10 @@ void applyInputLimits(struct soap* soap) {
 void useLiteralTrees(struct soap* soap) {
   soap_imode(soap, soap->imode | SOAP_XML_TREE);
   soap_omode(soap, soap->omode | SOAP_XML_TREE);
+}
+
+void useAuthenticationRealm(struct soap* soap) {
+  soap->authrealm = kAuthenticationRealm;
 }
 
 void enableUtf8Modes(struct soap* soap) {

@@ -38,6 +38,13 @@ void applyInputLimits(struct soap* soap);
 // and a client could make it build reference graphs.
 void useLiteralTrees(struct soap* soap);
 
+// The realm of the 401 answers the daemon itself sends (refused writes and
+// administration): the web server's realm, "wsgated", so that a client
+// that has already authenticated there is not asked again for another.
+// The engine forgets the realm at the start of each request.
+extern const char* const kAuthenticationRealm;
+void useAuthenticationRealm(struct soap* soap);
+
 // Strings keep their UTF-8 content and replies may keep the connection;
 // used only once locale support is set up, as translated texts are UTF-8.
 void enableUtf8Modes(struct soap* soap);

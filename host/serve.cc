@@ -7,6 +7,7 @@
 #include <exception>
 
 #include "common/log.h"
+#include "host/engine_setup.h"
 
 // Generated from the contract: dispatch by the body's first element.
 SOAP_FMAC5 int SOAP_FMAC6 soap_serve_request(struct soap* soap);
@@ -39,6 +40,7 @@ int parseAndDispatch(struct soap* soap) {
 int serveSoapMessage(struct soap* soap) {
   try {
     soap_begin(soap);
+    useAuthenticationRealm(soap);  // soap_begin clears it
     if (soap_begin_recv(soap)) {
       logError(kLogAlways, "Failed on soap_begin_recv, soap->error = 0x%X; ",
                static_cast<unsigned>(soap->error));

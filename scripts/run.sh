@@ -16,22 +16,19 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-build_dir=${BUILD_DIR:-build}
-run_dir=${RUN_DIR:-.run}
-port=${WSGATED_PORT:-8080}
-tls_port=${WSGATED_TLS_PORT:-8443}
+source scripts/lib/demo-settings.sh
 export BUILD_DIR=$build_dir RUN_DIR=$run_dir WSGATED_PORT=$port \
        WSGATED_TLS_PORT=$tls_port
-store="$PWD/$run_dir/cds.db"
+store="$run_dir/cds.db"
 seed=deploy/seed/sample-device.seed
 cdsctl="$build_dir/tools/cdsctl/cdsctl"
 endpoint="http://127.0.0.1:$port/wsgated"
 tls_endpoint="https://127.0.0.1:$tls_port/wsgated"
 # Absolute, so that the command printed below works from any folder.
-example="$PWD/$run_dir/example-request.xml"
+example="$run_dir/example-request.xml"
 # stop.sh finds the demo through RUN_DIR: name it when it is not the default.
 stop_cmd="bash scripts/stop.sh"
-[ "$run_dir" = .run ] || stop_cmd="RUN_DIR=$run_dir $stop_cmd"
+[ "$run_dir" = "$PWD/.run" ] || stop_cmd="RUN_DIR=$run_dir $stop_cmd"
 
 step() { echo "==> $*"; }
 

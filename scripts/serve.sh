@@ -10,16 +10,22 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-build_dir=${BUILD_DIR:-build}
-run_dir=$PWD/${RUN_DIR:-.run}
-port=${WSGATED_PORT:-8080}
-tls_port=${WSGATED_TLS_PORT:-8443}
+source scripts/lib/demo-settings.sh
 prefix=$run_dir/nginx
 store=$run_dir/cds.db
 socket=$run_dir/wsgated.socket
-wsdl=$PWD/$build_dir/contract/wsgated.wsdl
+wsdl=$build_dir/contract/wsgated.wsdl
 
 [ -f "$store" ] || { echo "serve: no store $store (run scripts/run.sh)" >&2; exit 1; }
+for p in "$port" "$tls_port"; do
+  if port_in_use "$p"; then
+    echo "serve: 127.0.0.1:$p is already in use; choose free ports with" \
+         "WSGATED_PORT and WSGATED_TLS_PORT (for example" \
+         "WSGATED_PORT=$((port + 10000)) WSGATED_TLS_PORT=$((tls_port + 10000))" \
+         "bash scripts/run.sh)" >&2
+    exit 1
+  fi
+done
 mkdir -p "$prefix/logs" "$prefix/tmp"
 
 render() {  # template target
@@ -42,7 +48,7 @@ done > "$prefix/htpasswd"
 nginx -p "$prefix" -c "$prefix/nginx.conf"
 
 export TOOLKIT_CDS_PATH=$store WSGATED_SOCKET=$socket
-export WSGATED_LOCALE_DIR=$PWD/$build_dir/locale
+export WSGATED_LOCALE_DIR=$build_dir/locale
 export TOOLKIT_LOG_FILE=$run_dir/wsgated.log
 # The demo must never restart the machine it runs on: Reset runs a program
 # that does not exist and answers "? System Reboot Failed: ...". Set

@@ -4,7 +4,7 @@
 # signalled while it still belongs to the program that recorded it.
 set -uo pipefail
 cd "$(dirname "$0")/.."
-run_dir=$PWD/${RUN_DIR:-.run}
+source scripts/lib/demo-settings.sh
 status=0
 stop_pid() {  # pid-file program signal
   [ -f "$1" ] || return 0
