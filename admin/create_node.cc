@@ -21,8 +21,7 @@ namespace {
 
 // The node to create: the base path without one trailing ":" or "/".
 std::string nodePathOf(const std::string& basePath) {
-  if (!basePath.empty() &&
-      (basePath.back() == ':' || basePath.back() == '/')) {
+  if (!basePath.empty() && (basePath.back() == ':' || basePath.back() == '/')) {
     return basePath.substr(0, basePath.size() - 1);
   }
   return basePath;
@@ -34,11 +33,12 @@ std::string nodePathOf(const std::string& basePath) {
 bool mayCreate(ServiceContext* context, const std::string& nodePath) {
   toolkit::CPath node(nodePath);
   // A node path that does not parse is refused by the store itself.
-  if (node.normalize() != 0 || node.is_admin_authorized(context->cds, context->caller.user)) {
+  if (node.normalize() != 0 ||
+      node.is_admin_authorized(context->cds, context->caller.user)) {
     return true;
   }
   logNotice(kLogErrors, "Unauthorized node creation attempted on %s",
-                   nodePath.c_str());
+            nodePath.c_str());
   return false;
 }
 
@@ -72,15 +72,13 @@ int createNode(ServiceContext* context, const std::string* optionsText,
   ServiceOptions options;
   parseServiceOptions(context, optionsText, options);
   if (basePath == nullptr) {
-    setBnwsError(kBnwsBadPathSyntax, "No node path provided", result,
-                 &options);
+    setBnwsError(kBnwsBadPathSyntax, "No node path provided", result, &options);
     return 0;
   }
   // Lists that do not pair up would leave leaves without values; a node
   // without leaves (no paths) is a normal request.
   std::vector<std::string> listError;
-  if (!paths.empty() &&
-      !checkWriteLists(paths, values, options, listError)) {
+  if (!paths.empty() && !checkWriteLists(paths, values, options, listError)) {
     result = listError.front();
     return 0;
   }
@@ -90,14 +88,13 @@ int createNode(ServiceContext* context, const std::string* optionsText,
   // Refuse before the node is added: a refused call creates nothing.
   if (!mayCreate(context, nodePath)) return kWriteNotAuthorized;
   if (!ensureNode(context, nodePath)) {
-    logInfo(kLogErrors, "Failed to create node %s",
-                                 basePath->c_str());
+    logInfo(kLogErrors, "Failed to create node %s", basePath->c_str());
     setBnwsError(kBnwsWriteFailed, "CreateNode()", result, &options);
     return 0;
   }
   std::vector<std::string> results;
-  const int rc = writeValues(context, true, options, leafPaths, values,
-                             results);
+  const int rc =
+      writeValues(context, true, options, leafPaths, values, results);
   if (rc != 0) return rc;
   const size_t index = answeringEntry(paths);
   result = index < results.size() ? results[index] : std::string();
@@ -108,9 +105,8 @@ int createNode(ServiceContext* context, const std::string* optionsText,
 
 int __nst1__CreateNode(struct soap* soap, struct _nst1__CreateNode* request,
                        struct _nst1__CreateNodeResponse& response) {
-  return wsgated::createNode(wsgated::serviceContext(soap), request->options,
-                             request->basePath,
-                             wsgated::stringsFromList(request->paths),
-                             wsgated::stringsFromList(request->values),
-                             response.CreateNodeResult);
+  return wsgated::createNode(
+      wsgated::serviceContext(soap), request->options, request->basePath,
+      wsgated::stringsFromList(request->paths),
+      wsgated::stringsFromList(request->values), response.CreateNodeResult);
 }

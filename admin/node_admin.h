@@ -3,10 +3,10 @@
 //
 // Each nst1 operation's file (create_node.cc, ...) ends in the engine's
 // entry point, a thin wrapper around the function below, which takes plain
-// texts so that it can be driven without the engine. Each parses its options first (absent
-// options are no options). Data-level failures are result texts ("? <code>
-// <name> : <detail>", core/bnws_error.h) and the functions return 0; a
-// caller who may not do what the call asks gets kWriteNotAuthorized (401,
+// texts so that it can be driven without the engine. Each parses its options
+// first (absent options are no options). Data-level failures are result texts
+// ("? <code> <name> : <detail>", core/bnws_error.h) and the functions return 0;
+// a caller who may not do what the call asks gets kWriteNotAuthorized (401,
 // core/write_path.h), which the operation returns so that the engine
 // answers HTTP 401 with no result.
 //

@@ -30,7 +30,7 @@ int removeNode(ServiceContext* context, const std::string* optionsText,
   }
   if (!path.is_remove_authorized(context->cds, context->caller.user)) {
     logNotice(kLogErrors, "Unauthorized node removal attempted on %s",
-                     given.c_str());
+              given.c_str());
     return kWriteNotAuthorized;
   }
   // "<node>:<attribute>" names one leaf; the store takes the path as given.

@@ -1,7 +1,6 @@
 // Reset: restart the network card on an Administrator's request.
 
 #include <cstring>
-
 #include <string>
 
 #include "admin/node_admin.h"
@@ -33,10 +32,10 @@ int resetCard(ServiceContext* context, std::string& result) {
               caller.user.c_str());
     return kWriteNotAuthorized;
   }
-  context->cds.syslog_add(
-      kResetLogLevel, std::string("Network Card Reset requested via web "
-                                  "services by ") +
-                          caller.user + " at " + caller.address);
+  context->cds.syslog_add(kResetLogLevel,
+                          std::string("Network Card Reset requested via web "
+                                      "services by ") +
+                              caller.user + " at " + caller.address);
   setRebootRequested();
   const int error = execReboot();
   result = std::string("? System Reboot Failed: ") + strerror(error);

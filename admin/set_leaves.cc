@@ -26,10 +26,10 @@ int setLeaves(ServiceContext* context, const std::string* optionsText,
 int __nst1__SetLeaves(struct soap* soap, struct _nst1__SetLeaves* request,
                       struct _nst1__SetLeavesResponse& response) {
   std::vector<std::string> results;
-  const int refused = wsgated::setLeaves(
-      wsgated::serviceContext(soap), request->options,
-      wsgated::stringsFromList(request->paths),
-      wsgated::stringsFromList(request->values), results);
+  const int refused =
+      wsgated::setLeaves(wsgated::serviceContext(soap), request->options,
+                         wsgated::stringsFromList(request->paths),
+                         wsgated::stringsFromList(request->values), results);
   if (refused != 0) return refused;
   return wsgated::stringsToSoap(soap, std::move(results),
                                 response.SetLeavesResult.__sizestring,

@@ -8,11 +8,12 @@
 #include "soapH.h"
 
 int __nsk7__sendDeviceCmd(struct soap* soap, struct _nsk7__sendDeviceCmd*,
-    struct _nsk7__sendDeviceCmdResponse&) {
+                          struct _nsk7__sendDeviceCmdResponse&) {
   return wsgated::operationNotAvailable(soap, "sendDeviceCmd");
 }
 
-int __nsk7__getDeviceCmdResult(struct soap* soap, struct _nsk7__getDeviceCmdResult*,
-    struct _nsk7__getDeviceCmdResultResponse&) {
+int __nsk7__getDeviceCmdResult(struct soap* soap,
+                               struct _nsk7__getDeviceCmdResult*,
+                               struct _nsk7__getDeviceCmdResultResponse&) {
   return wsgated::operationNotAvailable(soap, "getDeviceCmdResult");
 }

@@ -56,7 +56,9 @@ const char* const kErrorMark = "? ";
 const LogLevel kErrorLogLevel = kLogErrors;
 const LogLevel kNodeNotFoundLogLevel = kLogDump;
 
-bool hasText(const char* detail) { return detail != nullptr && detail[0] != '\0'; }
+bool hasText(const char* detail) {
+  return detail != nullptr && detail[0] != '\0';
+}
 
 // "? <entry>[ : <detail>]" after `prefix`.
 void standardResult(const std::string& prefix, const char* entry,

@@ -2,7 +2,8 @@
 //
 // A failed read or write does not fault the SOAP call: the operation answers
 // a result text in place of the value, by default
-//   "? <code> <name> : <detail>"      e.g. "? 9 Node Not Found : Node does not exist"
+//   "? <code> <name> : <detail>"      e.g. "? 9 Node Not Found : Node does not
+//   exist"
 // which the client may reshape with the errorString and errorPrefix options.
 // Every error result is also logged ("BnwsErrMsg: ...").
 

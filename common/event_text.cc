@@ -27,7 +27,8 @@ std::string localizeEventText(const std::string& text,
   size_t separator = text.find(kSeparator);
   if (separator == std::string::npos) return translated(text, *locale);
   size_t second = separator + kSecondHalfOffset;
-  std::string detail = second < text.size() ? text.substr(second) : std::string();
+  std::string detail =
+      second < text.size() ? text.substr(second) : std::string();
   return translated(text.substr(0, separator), *locale) + kSeparator +
          translated(detail, *locale);
 }

@@ -22,12 +22,12 @@ bool logEnabled(LogLevel level) {
   return toolkit::g_syslog != nullptr && toolkit::g_syslog->enabled(level);
 }
 
-#define WSGATED_LOG_CALL(name, priority)                   \
-  void name(LogLevel level, const char* format, ...) {     \
-    va_list args;                                          \
-    va_start(args, format);                                \
-    logAt(priority, level, format, args);                  \
-    va_end(args);                                          \
+#define WSGATED_LOG_CALL(name, priority)               \
+  void name(LogLevel level, const char* format, ...) { \
+    va_list args;                                      \
+    va_start(args, format);                            \
+    logAt(priority, level, format, args);              \
+    va_end(args);                                      \
   }
 
 WSGATED_LOG_CALL(logError, LOG_ERR)

@@ -63,7 +63,7 @@ bool nodeGone(toolkit::CCds& cds, const toolkit::CPath& path) {
     return false;
   }
   logInfo(kLogErrors, "node no longer accessible at %s",
-                 path.getNodePath().c_str());
+          path.getNodePath().c_str());
   return true;
 }
 
@@ -116,12 +116,12 @@ bool readAttribute(ServiceContext* context, const ServiceOptions& options,
         subAttributeText(sub, element, property, enumerated, result)) {
       return true;
     }
-    setBnwsError(kBnwsIllegalAttribute, ("Unknown sub-Attribute " + sub).c_str(),
-                 result, &options);
+    setBnwsError(kBnwsIllegalAttribute,
+                 ("Unknown sub-Attribute " + sub).c_str(), result, &options);
     return true;
   }
-  const int code = status == API_STATUS_BAD_PATH ? kBnwsBadPathSyntax
-                                                 : kBnwsNodeNotFound;
+  const int code =
+      status == API_STATUS_BAD_PATH ? kBnwsBadPathSyntax : kBnwsNodeNotFound;
   logInfo(kLogDump, "CDS access failed for %s", path.original().c_str());
   setBnwsError(code, "CDS access failed", result, &options);
   return false;
@@ -173,8 +173,8 @@ void readValues(ServiceContext* context, const ServiceOptions& options,
     // it: without it each of those pays the store's file locks per path.
     toolkit::CCdsSnapshot snapshot(context->cds);
     if (context->cds.get_leaves(paths, statuses, elements, properties) == 0) {
-      readLeafResults(context, options, parsed, statuses, elements,
-                      properties, results);
+      readLeafResults(context, options, parsed, statuses, elements, properties,
+                      results);
       return;
     }
     setBnwsError(kBnwsNodeNotFound, "CDS access failed", error, &options);
@@ -196,9 +196,9 @@ void readRelativeValues(ServiceContext* context, const ServiceOptions& options,
   readValues(context, options, paths, results);
 }
 
-void readValueWithSuffix(ServiceContext* context,
-                         const ServiceOptions& options, const std::string& path,
-                         const std::string& suffix, std::string& result) {
+void readValueWithSuffix(ServiceContext* context, const ServiceOptions& options,
+                         const std::string& path, const std::string& suffix,
+                         std::string& result) {
   readValue(context, options, suffix.empty() ? path : path + ":" + suffix,
             result);
 }

@@ -69,9 +69,9 @@ void readRelativeValues(ServiceContext* context, const ServiceOptions& options,
                         std::vector<std::string>& results);
 
 // readValue of "<path>:<suffix>" ("<path>" when `suffix` is empty).
-void readValueWithSuffix(ServiceContext* context,
-                         const ServiceOptions& options, const std::string& path,
-                         const std::string& suffix, std::string& result);
+void readValueWithSuffix(ServiceContext* context, const ServiceOptions& options,
+                         const std::string& path, const std::string& suffix,
+                         std::string& result);
 
 }  // namespace wsgated
 

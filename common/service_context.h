@@ -12,7 +12,6 @@
 #define COMMON_SERVICE_CONTEXT_H_
 
 #include <boost/locale/generator.hpp>
-
 #include <cstdint>
 #include <ctime>
 #include <locale>
@@ -64,9 +63,9 @@ struct ServiceContext {
   // Callers seen so far; each entry carries the locale chosen for it.
   toolkit::CCDS_Connxns connxns;
 
-  std::string deltaLog;    // -h, "./deadband.db"
-  std::string eventLog;    // -a, "./alarms.db"
-  std::string systemLog;   // -s, "./system.db"
+  std::string deltaLog;   // -h, "./deadband.db"
+  std::string eventLog;   // -a, "./alarms.db"
+  std::string systemLog;  // -s, "./system.db"
 
   // The trend reader, opened on first use by the trend operations and kept
   // for the process. Whoever opens it also sets trendLogClose, so that the
@@ -79,12 +78,12 @@ struct ServiceContext {
   // Most Delta records one request may return (-m). Events get a quarter
   // and trend snapshots a twelfth of it (integer division).
   int32_t maxDeltaRecords;
-  int32_t sqlitePageSize;    // -p, bytes; 0 = library default
-  int32_t sqliteCacheSize;   // -c, bytes; 0 = library default
-  int32_t sqliteHeapLimit;   // -l, bytes; 0 = library default
-  int32_t nodesBound;        // zero once the CDS nodes are bound
+  int32_t sqlitePageSize;   // -p, bytes; 0 = library default
+  int32_t sqliteCacheSize;  // -c, bytes; 0 = library default
+  int32_t sqliteHeapLimit;  // -l, bytes; 0 = library default
+  int32_t nodesBound;       // zero once the CDS nodes are bound
 
-  std::string waveFolder;    // -w, COMTRADE files; "" = none
+  std::string waveFolder;  // -w, COMTRADE files; "" = none
 
   // The FastCGI request being served (read by the engine's I/O hooks), its
   // caller, and the monotonic time of the next connection-table check.

@@ -74,19 +74,38 @@ void applyPrecision(const std::string& token, ServiceOptions& options) {
 
 void applyToken(const std::string& token, ServiceOptions& options) {
   switch (keyOfToken(token)) {
-    case kReadback: options.readback = booleanValue(token); break;
-    case kErrorString: options.errorString = textValue(token); break;
-    case kErrorPrefix: options.errorPrefix = textValue(token); break;
-    case kLocale: options.locale = textValue(token); break;
-    case kWriteSingleLocale: options.writeSingleLocale = booleanValue(token); break;
-    case kCanonical: options.canonical = booleanValue(token); break;
-    case kPrecision: applyPrecision(token, options); break;
-    case kNoEmptyArrays: options.noEmptyArrays = booleanValue(token); break;
-    case kPersist: options.persist = booleanValue(token); break;
+    case kReadback:
+      options.readback = booleanValue(token);
+      break;
+    case kErrorString:
+      options.errorString = textValue(token);
+      break;
+    case kErrorPrefix:
+      options.errorPrefix = textValue(token);
+      break;
+    case kLocale:
+      options.locale = textValue(token);
+      break;
+    case kWriteSingleLocale:
+      options.writeSingleLocale = booleanValue(token);
+      break;
+    case kCanonical:
+      options.canonical = booleanValue(token);
+      break;
+    case kPrecision:
+      applyPrecision(token, options);
+      break;
+    case kNoEmptyArrays:
+      options.noEmptyArrays = booleanValue(token);
+      break;
+    case kPersist:
+      options.persist = booleanValue(token);
+      break;
     case kUnknownOption:
       // Never an error: clients send options of later protocol versions.
-      logNotice(kLogActivity, "An Unrecognized service option in the request: %s",
-                       token.c_str());
+      logNotice(kLogActivity,
+                "An Unrecognized service option in the request: %s",
+                token.c_str());
       break;
   }
 }
@@ -137,11 +156,12 @@ void resolveLocale(ServiceContext* context, ServiceOptions& options) {
                                                     name, prime);
   } catch (const std::exception& e) {
     logNotice(kLogErrors, "Exception in setting locale %s: %s", name.c_str(),
-                     e.what());
+              e.what());
     return;
   }
   if (!supported) {
-    logNotice(kLogActivity, "The requested locale %s is unsupported", name.c_str());
+    logNotice(kLogActivity, "The requested locale %s is unsupported",
+              name.c_str());
     return;
   }
   LocaleMap::const_iterator found = context->localeMap.find(prime);

@@ -26,17 +26,17 @@ struct ServiceContext;
 extern const char* const kErrorStringNotGiven;  // "QZX"
 
 struct ServiceOptions {
-  bool readback = false;                      // parsed, not acted on
+  bool readback = false;  // parsed, not acted on
   std::string errorString = kErrorStringNotGiven;
   std::string errorPrefix;
-  std::string locale;                         // as the client wrote it
-  std::locale stdLocale;                      // values are rendered in it
-  bool localeValid = true;                    // false: reads answer error 7
-  bool writeSingleLocale = false;             // parsed, not acted on
-  bool canonical = false;                     // untranslated booleans
-  int32_t precision = 6;                      // parsed, not acted on
-  bool noEmptyArrays = false;                 // parsed, not acted on
-  bool persist = false;                       // writes are persistent
+  std::string locale;              // as the client wrote it
+  std::locale stdLocale;           // values are rendered in it
+  bool localeValid = true;         // false: reads answer error 7
+  bool writeSingleLocale = false;  // parsed, not acted on
+  bool canonical = false;          // untranslated booleans
+  int32_t precision = 6;           // parsed, not acted on
+  bool noEmptyArrays = false;      // parsed, not acted on
+  bool persist = false;            // writes are persistent
   // Whether the context had locale support when the options were parsed:
   // texts are translated into stdLocale only then.
   bool localeSupport = false;

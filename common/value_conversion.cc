@@ -56,21 +56,29 @@ bool isBooleanText(const std::string& text) {
 // without such rules are left to the platform's conversion.
 bool passesTextCheck(const std::string& text, data_type_t type) {
   switch (type) {
-    case PCD_TYPE_BOOL: return isBooleanText(text);
+    case PCD_TYPE_BOOL:
+      return isBooleanText(text);
     case PCD_TYPE_UINT:
-    case PCD_TYPE_INT: return isIntegerText(text);
-    case PCD_TYPE_REAL: return isRealText(text);
-    default: return true;
+    case PCD_TYPE_INT:
+      return isIntegerText(text);
+    case PCD_TYPE_REAL:
+      return isRealText(text);
+    default:
+      return true;
   }
 }
 
 int failureMarkOf(data_type_t type) {
   switch (type) {
-    case PCD_TYPE_BOOL: return kConversionBadBool;
+    case PCD_TYPE_BOOL:
+      return kConversionBadBool;
     case PCD_TYPE_UINT:
-    case PCD_TYPE_INT: return kConversionBadInteger;
-    case PCD_TYPE_REAL: return kConversionBadReal;
-    default: return kConversionBadOther;
+    case PCD_TYPE_INT:
+      return kConversionBadInteger;
+    case PCD_TYPE_REAL:
+      return kConversionBadReal;
+    default:
+      return kConversionBadOther;
   }
 }
 
@@ -172,13 +180,14 @@ int recastAttribute(toolkit::CCds& cds, const std::string& nodePath,
   bool enumerated = false;
   data_type_t type = valueTypeFromText(valueTypeText, enumerated);
   // Unsigned values (counters) are never re-cast.
-  if (element.get_type() == PCD_TYPE_UINT || element.get_type() == type) return 0;
+  if (element.get_type() == PCD_TYPE_UINT || element.get_type() == type)
+    return 0;
 
   rc = recastElement(cds, nodePath, type, enumerated, element);
   if (rc == 0) {
     // Keep the leaf's persistence: a re-cast is no new configuration.
-    pcd_tribool_t persist = property == PCD_PROP_PERSISTENT ? PCD_TRIBOOL_TRUE
-                                                            : PCD_TRIBOOL_FALSE;
+    pcd_tribool_t persist =
+        property == PCD_PROP_PERSISTENT ? PCD_TRIBOOL_TRUE : PCD_TRIBOOL_FALSE;
     rc = cds.set_leaf(path, element, status, persist, "");
     if (rc == 0 && status != API_STATUS_OK) rc = status;
   }

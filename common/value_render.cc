@@ -113,15 +113,20 @@ std::string timeSubAttributeText(const CElement& element) {
 
 std::string sourceSubAttributeText(element_property_t property) {
   switch (property) {
-    case PCD_PROP_NORMAL: return "Normal";
-    case PCD_PROP_PERSISTENT: return "Persistent";
-    case PCD_PROP_AUTOMATIC: return "Automatic";
-    case PCD_PROP_MPL: return "MPL";
+    case PCD_PROP_NORMAL:
+      return "Normal";
+    case PCD_PROP_PERSISTENT:
+      return "Persistent";
+    case PCD_PROP_AUTOMATIC:
+      return "Automatic";
+    case PCD_PROP_MPL:
+      return "MPL";
   }
   return std::string();  // the store reports no other property
 }
 
-std::string attribTypeSubAttributeText(const CElement& element, bool enumerated) {
+std::string attribTypeSubAttributeText(const CElement& element,
+                                       bool enumerated) {
   data_type_t type = element.get_type();
   if (type == PCD_TYPE_REAL) return "Real";
   if (enumerated && (type == PCD_TYPE_UINT || type == PCD_TYPE_INT)) {

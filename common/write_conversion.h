@@ -51,11 +51,12 @@ struct WriteTarget {
 };
 
 // Convert the client's `text` for `path`, which `element` holds as String
-// with the write's time stamp (stampClientText), to `target`. With target.stateNames the text must name a state
-// (an Unsigned target refuses states numbered below zero); otherwise it is
-// checked and converted by convertTextToType. Returns true with `result`
-// the stored element's text, or false with `result` the error 12 result
-// (a state miss is also logged at kLogErrors).
+// with the write's time stamp (stampClientText), to `target`. With
+// target.stateNames the text must name a state (an Unsigned target refuses
+// states numbered below zero); otherwise it is checked and converted by
+// convertTextToType. Returns true with `result` the stored element's text, or
+// false with `result` the error 12 result (a state miss is also logged at
+// kLogErrors).
 bool convertWriteText(const StateNameRules& rules, const WriteTarget& target,
                       const std::string& path, const std::string& text,
                       toolkit::CElement& element, std::string& result,

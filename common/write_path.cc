@@ -64,7 +64,7 @@ bool valueIsWritable(toolkit::CCds& cds, const toolkit::CPath& path) {
 WritableCheck refuseAttribute(const char* prefix, const std::string& name,
                               const char* suffix, WritableCheck check,
                               std::string& result,
-                    const ServiceOptions& options) {
+                              const ServiceOptions& options) {
   const std::string detail = prefix + name + suffix;
   setBnwsError(kBnwsIllegalAttribute, detail.c_str(), result, &options);
   return check;
@@ -73,8 +73,8 @@ WritableCheck refuseAttribute(const char* prefix, const std::string& name,
 // Ordinary writers may write a Value that is marked Writable and the alarm
 // and warning limits, nothing else.
 WritableCheck checkOrdinaryWrite(toolkit::CCds& cds, const toolkit::CPath& path,
-                       int code, std::string& result,
-                       const ServiceOptions& options) {
+                                 int code, std::string& result,
+                                 const ServiceOptions& options) {
   if (code == PCD_ATTR_VALUE) {
     if (valueIsWritable(cds, path)) return kMayWrite;
     logInfo1("Value is not Writable for %s", path.getPath());
@@ -93,8 +93,8 @@ WritableCheck checkOrdinaryWrite(toolkit::CCds& cds, const toolkit::CPath& path,
 // not clear a request flag: only the platform sets those back to false,
 // once the request has been carried out.
 WritableCheck checkAdminWrite(const toolkit::CPath& path, int code,
-                    const std::string& valueText, std::string& result,
-                    const ServiceOptions& options) {
+                              const std::string& valueText, std::string& result,
+                              const ServiceOptions& options) {
   const std::string& name = path.getPathAttribute();
   switch (code) {
     case PCD_ATTR_CHILDREN:
@@ -185,8 +185,8 @@ void storeValue(const SingleWrite& write, bool adminFlag,
     return;
   }
   api_status_t status = API_STATUS_UNKNOWN;
-  if (write.cds.set_leaf(where, element, status,
-                         persistenceFlag(write.options), write.source) != 0 ||
+  if (write.cds.set_leaf(where, element, status, persistenceFlag(write.options),
+                         write.source) != 0 ||
       status != API_STATUS_OK) {
     logInfo1("CCds::set_leaf() call failed for %s", where);
     setBnwsError(kBnwsWriteFailed, "CDS write access failed", result,
@@ -201,9 +201,8 @@ void storeValue(const SingleWrite& write, bool adminFlag,
 
 std::string changeSource(const RequestCaller& caller) {
   std::string source;
-  toolkit::CEvent::format_source_string(source, kChangeOrigin,
-                                        caller.user.c_str(),
-                                        caller.address.c_str());
+  toolkit::CEvent::format_source_string(
+      source, kChangeOrigin, caller.user.c_str(), caller.address.c_str());
   return source;
 }
 
@@ -216,9 +215,9 @@ data_type_t fixedAttributeType(int code) {
 }
 
 WritableCheck checkWritable(toolkit::CCds& cds, const toolkit::CPath& path,
-                  bool adminFlag, const std::string& valueText,
-                  toolkit::CElement& element, std::string& result,
-                  const ServiceOptions& options) {
+                            bool adminFlag, const std::string& valueText,
+                            toolkit::CElement& element, std::string& result,
+                            const ServiceOptions& options) {
   if (!readLeafForWrite(cds, path, adminFlag, element, result, options)) {
     return kLeafUnreadable;
   }
@@ -249,12 +248,17 @@ int writeValue(ServiceContext* context, bool adminFlag,
     return 0;
   }
   const int code = attributeCode(cpath);
-  const SingleWrite write{cds,  options, cpath, *value, code,
-                          singleWriteTarget(cds, cpath, code, element.get_type()),
-                          changeSource(context->caller)};
+  const SingleWrite write{
+      cds,
+      options,
+      cpath,
+      *value,
+      code,
+      singleWriteTarget(cds, cpath, code, element.get_type()),
+      changeSource(context->caller)};
   storeValue(write, adminFlag, element, result);
   logInfo(kLogActivity, "Wrote %s to %s", result.c_str(),
-                 cpath.getPath().c_str());
+          cpath.getPath().c_str());
   return 0;
 }
 

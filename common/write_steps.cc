@@ -32,7 +32,7 @@ bool writeAuthorized(ServiceContext* context, const toolkit::CPath& path,
     return true;
   }
   logNotice(kLogErrors, "Unauthorized attempt to write to %s",
-                   path.getPath().c_str());
+            path.getPath().c_str());
   return false;
 }
 

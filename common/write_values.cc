@@ -22,11 +22,11 @@ namespace {
 
 // One path of the call, from its checks to its result.
 struct WriteEntry {
-  toolkit::CPath path;              // normalised
-  std::string text;                 // the client's value text
-  toolkit::CElement element;        // the leaf as read, then what to store
-  WriteTarget target;               // type None until known
-  bool store = false;               // passed every step so far
+  toolkit::CPath path;        // normalised
+  std::string text;           // the client's value text
+  toolkit::CElement element;  // the leaf as read, then what to store
+  WriteTarget target;         // type None until known
+  bool store = false;         // passed every step so far
   std::string result;
 };
 
@@ -51,9 +51,9 @@ bool checkEntries(ServiceContext* context, bool adminFlag,
       continue;
     }
     if (!writeAuthorized(context, entry.path, adminFlag)) return false;
-    entry.store = checkWritable(context->cds, entry.path, adminFlag,
-                                entry.text, entry.element, entry.result,
-                                options) == kMayWrite;
+    entry.store =
+        checkWritable(context->cds, entry.path, adminFlag, entry.text,
+                      entry.element, entry.result, options) == kMayWrite;
   }
   return true;
 }
@@ -76,7 +76,7 @@ void applyValueType(WriteEntry& typeEntry, std::vector<WriteEntry>& entries) {
       entry.target.stateNames = enumerated;
       if (type != PCD_TYPE_STRING) {
         logInfo(kLogActivity, "Re-Casting for %s to %s", target.c_str(),
-                       typeName(type));
+                typeName(type));
       }
     }
   }
@@ -96,7 +96,8 @@ std::vector<PrefetchedLeaf> prefetchedLeaves(
     const std::vector<WriteEntry>& entries) {
   std::vector<PrefetchedLeaf> leaves;
   for (const WriteEntry& entry : entries) {
-    if (entry.path.is_valid()) leaves.push_back({entry.path.getPath(), entry.text});
+    if (entry.path.is_valid())
+      leaves.push_back({entry.path.getPath(), entry.text});
   }
   return leaves;
 }
@@ -113,8 +114,7 @@ void resolveStoredTarget(toolkit::CCds& cds, WriteEntry& entry,
   target.type = entry.element.get_type();
   if (target.type != PCD_TYPE_NONE) {
     if (takesStateNames(code, target.type)) {
-      lookupValueType(cds, node, &prefetched, target.states,
-                      target.stateNames);
+      lookupValueType(cds, node, &prefetched, target.states, target.stateNames);
     }
     return;
   }
@@ -149,9 +149,9 @@ void convertEntries(toolkit::CCds& cds, const ServiceOptions& options,
     if (!entry.store) continue;
     resolveTarget(cds, entry, prefetched);
     stampClientText(entry.text, entry.element);
-    entry.store = convertWriteText(kMultiWriteRules, entry.target,
-                                   entry.path.getPath(), entry.text,
-                                   entry.element, entry.result, options);
+    entry.store =
+        convertWriteText(kMultiWriteRules, entry.target, entry.path.getPath(),
+                         entry.text, entry.element, entry.result, options);
   }
 }
 
@@ -160,8 +160,8 @@ void reportStored(WriteEntry& entry, size_t index, bool ran,
                   api_status_t status, const ServiceOptions& options) {
   const std::string where = entry.path.getPath();
   if (!ran) {
-    setBnwsError(kBnwsWriteFailed, "Attempt to write data failed",
-                 entry.result, &options);
+    setBnwsError(kBnwsWriteFailed, "Attempt to write data failed", entry.result,
+                 &options);
   } else if (status != API_STATUS_OK) {
     logInfo(kLogErrors, "CDS write access failed for %s", where.c_str());
     setBnwsError(kBnwsWriteFailed, "CDS write access failed", entry.result,
@@ -169,7 +169,7 @@ void reportStored(WriteEntry& entry, size_t index, bool ran,
   } else {
     entry.result = entry.element.to_string();
     logInfo(kLogActivity, "Wrote[%i] %s to %s", static_cast<int>(index),
-                   entry.result.c_str(), where.c_str());
+            entry.result.c_str(), where.c_str());
   }
 }
 

@@ -23,8 +23,8 @@ bool startsWith(const std::string& text, const std::string& prefix) {
 // A read result that is an error result rather than a value: the default
 // form begins with "?", a client's errorPrefix with that prefix.
 bool isErrorText(const std::string& text, const ServiceOptions& options) {
-  return startsWith(text, "?") ||
-         (!options.errorPrefix.empty() && startsWith(text, options.errorPrefix));
+  return startsWith(text, "?") || (!options.errorPrefix.empty() &&
+                                   startsWith(text, options.errorPrefix));
 }
 
 // What getArraySize and getArrayRange take for "readArray gave an error".

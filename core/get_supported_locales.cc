@@ -2,11 +2,10 @@
 //
 // Locale names travel as "en-US"; the context keys its locales "en_US".
 
+#include <boost/locale/info.hpp>
 #include <locale>
 #include <string>
 #include <vector>
-
-#include <boost/locale/info.hpp>
 
 #include "common/log.h"
 #include "common/service_context.h"

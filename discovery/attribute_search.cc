@@ -25,8 +25,11 @@ class AttributeSearch {
   AttributeSearch(ServiceContext* context, const ServiceOptions& options,
                   const AttributeQuery& query, const PatternSettings& settings,
                   AttributeMatches& matches)
-      : context_(context), options_(options), query_(query),
-        pattern_(query.pattern, settings), matches_(matches) {}
+      : context_(context),
+        options_(options),
+        query_(query),
+        pattern_(query.pattern, settings),
+        matches_(matches) {}
 
   // Test one node and record it when it matches.
   bool matchNode(const std::string& path);
@@ -47,9 +50,8 @@ class AttributeSearch {
 };
 
 bool AttributeSearch::isErrorResult(const std::string& text) const {
-  return startsWith(text, "?") ||
-         (!options_.errorPrefix.empty() &&
-          startsWith(text, options_.errorPrefix));
+  return startsWith(text, "?") || (!options_.errorPrefix.empty() &&
+                                   startsWith(text, options_.errorPrefix));
 }
 
 bool AttributeSearch::patternFoundIn(const std::string& text) {
@@ -66,7 +68,7 @@ bool AttributeSearch::patternFoundIn(const std::string& text) {
       return false;
     case PatternResult::kFailed:
       logError(kLogErrors, "Exception in regular expression matching = %s",
-                    error.c_str());
+               error.c_str());
       return false;
   }
   return false;

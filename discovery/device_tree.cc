@@ -48,7 +48,8 @@ int describeDevice(toolkit::CCds& cds, const std::string& device,
   auto good = [&statuses](DescriptorLeaf leaf) {
     return statuses[leaf] == API_STATUS_OK;
   };
-  descriptor.type = good(kNodeType) ? elements[kNodeType].to_string() : kUnknown;
+  descriptor.type =
+      good(kNodeType) ? elements[kNodeType].to_string() : kUnknown;
   descriptor.displayName =
       good(kDisplayName) ? elements[kDisplayName].to_string() : kUnknown;
   descriptor.quality = good(kQuality) ? elements[kQuality].to_int() : 0;

@@ -16,12 +16,12 @@
 
 using wsgated::AttributeMatches;
 using wsgated::AttributeQuery;
-using wsgated::ServiceContext;
-using wsgated::ServiceOptions;
 using wsgated::findAttributeMatches;
 using wsgated::optionalText;
 using wsgated::parseServiceOptions;
+using wsgated::ServiceContext;
 using wsgated::serviceContext;
+using wsgated::ServiceOptions;
 using wsgated::stringsToSoap;
 
 int __nsqv__findAttributeMatches(
@@ -38,10 +38,9 @@ int __nsqv__findAttributeMatches(
   AttributeMatches matches;
   findAttributeMatches(context, options, query, matches);
   response.result = std::move(matches.result);
-  const bool stored =
-      stringsToSoap(soap, std::move(matches.nodes), response.__sizenodes,
-                    response.nodes) &&
-      stringsToSoap(soap, std::move(matches.data), response.__sizedata,
-                    response.data);
+  const bool stored = stringsToSoap(soap, std::move(matches.nodes),
+                                    response.__sizenodes, response.nodes) &&
+                      stringsToSoap(soap, std::move(matches.data),
+                                    response.__sizedata, response.data);
   return stored ? SOAP_OK : SOAP_EOM;
 }

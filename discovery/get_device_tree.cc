@@ -14,9 +14,9 @@
 #include "soapH.h"
 
 using wsgated::DeviceDescriptor;
-using wsgated::ServiceContext;
 using wsgated::listDeviceTree;
 using wsgated::optionalText;
+using wsgated::ServiceContext;
 using wsgated::serviceContext;
 
 int __nsqv__getDeviceTree(struct soap* soap,
@@ -30,7 +30,8 @@ int __nsqv__getDeviceTree(struct soap* soap,
       context->cds, optionalText(request->startingPath), request->bRecursive);
   if (tree.empty()) return SOAP_OK;
   const int count = static_cast<int>(tree.size());
-  nsqv__deviceDescriptor* devices = soap_new_nsqv__deviceDescriptor(soap, count);
+  nsqv__deviceDescriptor* devices =
+      soap_new_nsqv__deviceDescriptor(soap, count);
   if (devices == nullptr) return SOAP_EOM;
   for (int i = 0; i < count; ++i) {
     devices[i].devPath = std::move(tree[i].path);

@@ -14,13 +14,13 @@
 #include "discovery/leaf_descriptors.h"
 #include "soapH.h"
 
-using wsgated::LeafDescriptor;
-using wsgated::ServiceContext;
-using wsgated::ServiceOptions;
 using wsgated::describeLeaves;
+using wsgated::LeafDescriptor;
 using wsgated::optionalText;
 using wsgated::parseServiceOptions;
+using wsgated::ServiceContext;
 using wsgated::serviceContext;
+using wsgated::ServiceOptions;
 using wsgated::stringsFromSoap;
 
 int __nsqv__getLeafDescriptors(
@@ -37,7 +37,8 @@ int __nsqv__getLeafDescriptors(
   response.descriptors = nullptr;
   if (leaves.empty()) return SOAP_OK;
   const int count = static_cast<int>(leaves.size());
-  nsqv__leafDescriptor* descriptors = soap_new_nsqv__leafDescriptor(soap, count);
+  nsqv__leafDescriptor* descriptors =
+      soap_new_nsqv__leafDescriptor(soap, count);
   if (descriptors == nullptr) return SOAP_EOM;
   for (int i = 0; i < count; ++i) {
     descriptors[i].result = std::move(leaves[i].result);

@@ -36,8 +36,8 @@ void describeLeaves(ServiceContext* context, const ServiceOptions& options,
   std::vector<element_property_t> properties;
   // The read and every leaf's rights test and rendering in one snapshot.
   toolkit::CCdsSnapshot snapshot(context->cds);
-  const int stored = context->cds.get_leaves(texts, statuses, elements,
-                                             properties);
+  const int stored =
+      context->cds.get_leaves(texts, statuses, elements, properties);
   if (stored != 0) {
     setBnwsError(kBnwsNodeNotFound, "CDS access failed", result, &options);
     return;
@@ -46,9 +46,8 @@ void describeLeaves(ServiceContext* context, const ServiceOptions& options,
   descriptors.resize(paths.size());
   for (size_t i = 0; i < paths.size(); ++i) {
     bool enumerated = false;
-    readAttribute(context, options, stored, paths[i], statuses[i],
-                  elements[i], properties[i], enumerated,
-                  descriptors[i].result);
+    readAttribute(context, options, stored, paths[i], statuses[i], elements[i],
+                  properties[i], enumerated, descriptors[i].result);
     descriptors[i].changeTime = qrx_UNIXtoQRXtime64(&elements[i].get_time());
     descriptors[i].leafType = properties[i];
   }

@@ -13,9 +13,8 @@
 
 #include "discovery/search_pattern.h"
 
-#include <boost/regex.hpp>
-
 #include <algorithm>
+#include <boost/regex.hpp>
 #include <iterator>
 
 // The matcher's allowance lives outside namespace wsgated: Boost's
@@ -42,8 +41,8 @@ thread_local StateRule tRule{true, 1};
 double boostAllowance(double length, double states) {
   const double k = 100000;
   const double byPattern = states * states * length + k;
-  const double byText = std::min<double>(length * length + k,
-                                          BOOST_REGEX_MAX_STATE_COUNT);
+  const double byText =
+      std::min<double>(length * length + k, BOOST_REGEX_MAX_STATE_COUNT);
   return std::max(byPattern, byText);
 }
 
@@ -131,15 +130,15 @@ bool SearchPattern::compile() {
   } else if (compiled_ || compileFailed_) {
     return !compileFailed_;
   }
-  compileFailed_ = !run([this] {
-    compiled_ = std::make_unique<Compiled>(pattern_);
-  }, compileResult_, compileError_);
+  compileFailed_ =
+      !run([this] { compiled_ = std::make_unique<Compiled>(pattern_); },
+           compileResult_, compileError_);
   return !compileFailed_;
 }
 
 bool SearchPattern::find(const std::string& text) {
   tRule = budgetSpent() ? StateRule{true, settings_.linearStatesPerChar}
-                         : StateRule{false, settings_.statesPerText};
+                        : StateRule{false, settings_.statesPerText};
   const char* begin = text.data();
   return boost::regex_search(begin, begin + text.size(), compiled_->regex);
 }

@@ -50,11 +50,26 @@ void printLines(const char* const (&lines)[N], FILE* out) {
 // A value check: true when `value` is acceptable (it has been stored).
 typedef bool (*ValueHandler)(const char* value, CommandLine* line, FILE* err);
 
-bool setDeltaLog(const char* v, CommandLine* l, FILE*) { l->deltaLog = v; return true; }
-bool setEventLog(const char* v, CommandLine* l, FILE*) { l->eventLog = v; return true; }
-bool setSystemLog(const char* v, CommandLine* l, FILE*) { l->systemLog = v; return true; }
-bool setTrendLog(const char* v, CommandLine* l, FILE*) { l->trendLog = v; return true; }
-bool setWaveFolder(const char* v, CommandLine* l, FILE*) { l->waveFolder = v; return true; }
+bool setDeltaLog(const char* v, CommandLine* l, FILE*) {
+  l->deltaLog = v;
+  return true;
+}
+bool setEventLog(const char* v, CommandLine* l, FILE*) {
+  l->eventLog = v;
+  return true;
+}
+bool setSystemLog(const char* v, CommandLine* l, FILE*) {
+  l->systemLog = v;
+  return true;
+}
+bool setTrendLog(const char* v, CommandLine* l, FILE*) {
+  l->trendLog = v;
+  return true;
+}
+bool setWaveFolder(const char* v, CommandLine* l, FILE*) {
+  l->waveFolder = v;
+  return true;
+}
 
 // Trailing characters are tolerated ("12abc" is 12): older start scripts
 // pass values with units attached.
@@ -106,9 +121,9 @@ struct ValueOption {
 };
 
 const ValueOption kValueOptions[] = {
-    {"-h", setDeltaLog},   {"-a", setEventLog},   {"-s", setSystemLog},
-    {"-t", setTrendLog},   {"-m", setMaxRecords}, {"-p", setPageSize},
-    {"-c", setCacheSize},  {"-l", setHeapLimit},  {"-w", setWaveFolder},
+    {"-h", setDeltaLog},  {"-a", setEventLog},   {"-s", setSystemLog},
+    {"-t", setTrendLog},  {"-m", setMaxRecords}, {"-p", setPageSize},
+    {"-c", setCacheSize}, {"-l", setHeapLimit},  {"-w", setWaveFolder},
     {"-D", setVerbosity},
 };
 
@@ -129,9 +144,10 @@ CommandLineOutcome failWithUsage(FILE* out) {
 void printUsage(FILE* out) {
   const int max = CommandLine().maxDeltaRecords;
   printLines(kUsageHead, out);
-  fprintf(out,
-          "\t     maximums are Deltas:%d, Events:%d, and Trend snapshots:%d \n\n",
-          max, max / 4, max / 12);
+  fprintf(
+      out,
+      "\t     maximums are Deltas:%d, Events:%d, and Trend snapshots:%d \n\n",
+      max, max / 4, max / 12);
   printLines(kUsageMiddle, out);
   fprintf(out, "\t -D: Set the Syslog verbosity level to 'n' (default: %d)\n\n",
           CommandLine().verbosity);

@@ -16,17 +16,17 @@ namespace wsgated {
 // Everything the command line can change. Start from the defaults, then
 // parse; the caller copies the result into the ServiceContext.
 struct CommandLine {
-  std::string deltaLog = "./deadband.db";          // -h
-  std::string eventLog = "./alarms.db";            // -a
-  std::string systemLog = "./system.db";           // -s
-  std::string trendLog = "./interval-trends.db";   // -t
+  std::string deltaLog = "./deadband.db";         // -h
+  std::string eventLog = "./alarms.db";           // -a
+  std::string systemLog = "./system.db";          // -s
+  std::string trendLog = "./interval-trends.db";  // -t
   int32_t maxDeltaRecords = 10000;                // -m
   int32_t sqlitePageSize = 0;                     // -p, bytes
-  int32_t sqliteCacheSize = 0;                    // -c, kB on the line, bytes here
-  int32_t sqliteHeapLimit = 0;                    // -l, kB on the line, bytes here
-  std::string waveFolder;                          // -w
-  int verbosity = 0;                                // -D
-  bool fork = true;                                 // -d clears it
+  int32_t sqliteCacheSize = 0;  // -c, kB on the line, bytes here
+  int32_t sqliteHeapLimit = 0;  // -l, kB on the line, bytes here
+  std::string waveFolder;       // -w
+  int verbosity = 0;            // -D
+  bool fork = true;             // -d clears it
 };
 
 enum class CommandLineOutcome {

@@ -22,7 +22,6 @@
 #include "host/signals.h"
 #include "platform/syslog.h"
 
-
 using toolkit::g_syslog;
 
 namespace wsgated {
@@ -111,7 +110,8 @@ int runDaemon(int argc, char** argv) {
   // The -D check trusts errno as the parser finds it; start-up so far
   // (probing the store's files) may have left a stale ENOENT behind.
   errno = 0;
-  CommandLineOutcome outcome = parseCommandLine(argc, argv, &line, stdout, stderr);
+  CommandLineOutcome outcome =
+      parseCommandLine(argc, argv, &line, stdout, stderr);
   if (outcome == CommandLineOutcome::kExitSuccess) return 0;
   if (outcome == CommandLineOutcome::kExitFailure) return 1;
   applyCommandLine(line, &ctx);

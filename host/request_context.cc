@@ -39,9 +39,10 @@ const std::locale* negotiatedLocale(ServiceContext* ctx,
 void addNewCaller(ServiceContext* ctx, const RequestCaller& caller) {
   sockaddr_storage address{};
   std::string host, host2;
-  if (toolkit::CCDS_Connxns::HostLookup(caller.address, AF_INET, &address,
-                                        host, host2, g_syslog) != 0) {
-    logWarning(kLogActivity, "HostLookup failed for %s", caller.address.c_str());
+  if (toolkit::CCDS_Connxns::HostLookup(caller.address, AF_INET, &address, host,
+                                        host2, g_syslog) != 0) {
+    logWarning(kLogActivity, "HostLookup failed for %s",
+               caller.address.c_str());
   }
   const std::string scheme = caller.https ? "https" : "http";
   std::shared_ptr<void> userData;
@@ -55,7 +56,8 @@ void addNewCaller(ServiceContext* ctx, const RequestCaller& caller) {
                                            caller.user, userData);
   if (number != 0) {
     const std::string who = caller.user + "@" + scheme + ":" + caller.address;
-    logInfo(kLogActivity, "New wsgated connection %u for %s", number, who.c_str());
+    logInfo(kLogActivity, "New wsgated connection %u for %s", number,
+            who.c_str());
   }
 }
 

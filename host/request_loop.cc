@@ -25,7 +25,7 @@ namespace {
 const char* const kDefaultSocket = "/tmp/wsgated.socket";
 const int kListenBacklog = 64;
 const time_t kSelectSeconds = 5;
-const time_t kHousekeepingSeconds = 6;   // at least this often while busy
+const time_t kHousekeepingSeconds = 6;  // at least this often while busy
 const time_t kFirstConnxnCheck = 60;
 const time_t kConnxnCheckSeconds = 600;
 const size_t kMaxIdentity = 64;
@@ -51,7 +51,8 @@ int openListeningSocket() {
     if (dup2(fd, 0) != 0) return -1;
     close(fd);
   }
-  logInfo(kLogActivity, "FCGI app listening at socket %s [%d]", path.c_str(), 0);
+  logInfo(kLogActivity, "FCGI app listening at socket %s [%d]", path.c_str(),
+          0);
   return 0;
 }
 
@@ -171,7 +172,8 @@ int runRequestLoop(struct soap* soap, bool background) {
     // arriving, housekeeping still runs at least every 6 seconds.
     time_t now = qrx_GetMonoTime();
     bool returnedEarly = timeout.tv_sec > 0 || timeout.tv_usec >= 1;
-    if (returnedEarly && now - lastHousekeeping < kHousekeepingSeconds) continue;
+    if (returnedEarly && now - lastHousekeeping < kHousekeepingSeconds)
+      continue;
     timeout = {kSelectSeconds, 0};
     lastHousekeeping = now;
     housekeeping(ctx, background, now);

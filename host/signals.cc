@@ -19,8 +19,8 @@ namespace {
 // Bits 1, 2, 3 and 15: SIGHUP, SIGINT, SIGQUIT, SIGTERM.
 const unsigned long kTerminationMask = 0x800e;
 const int kTerminationSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM};
-const int kCrashSignals[] = {SIGQUIT, SIGILL,  SIGTRAP, SIGABRT,
-                             SIGBUS,  SIGFPE,  SIGSEGV, SIGSTKFLT};
+const int kCrashSignals[] = {SIGQUIT, SIGILL, SIGTRAP, SIGABRT,
+                             SIGBUS,  SIGFPE, SIGSEGV, SIGSTKFLT};
 const int kMaxFrames = 512;
 const size_t kMaxFrameText = 384;
 

@@ -8,16 +8,17 @@
 #include "soapH.h"
 
 int __nsqv__getTrendPeriods(struct soap* soap, struct _nsqv__getTrendPeriods*,
-    struct _nsqv__getTrendPeriodsResponse&) {
+                            struct _nsqv__getTrendPeriodsResponse&) {
   return wsgated::operationNotAvailable(soap, "getTrendPeriods");
 }
 
-int __nsqv__getDeviceTrendParams(struct soap* soap, struct _nsqv__getDeviceTrendParams*,
-    struct _nsqv__getDeviceTrendParamsResponse&) {
+int __nsqv__getDeviceTrendParams(struct soap* soap,
+                                 struct _nsqv__getDeviceTrendParams*,
+                                 struct _nsqv__getDeviceTrendParamsResponse&) {
   return wsgated::operationNotAvailable(soap, "getDeviceTrendParams");
 }
 
 int __nsqv__getTrendData(struct soap* soap, struct _nsqv__getTrendData*,
-    struct _nsqv__getTrendDataResponse&) {
+                         struct _nsqv__getTrendDataResponse&) {
   return wsgated::operationNotAvailable(soap, "getTrendData");
 }

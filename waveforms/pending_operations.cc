@@ -7,12 +7,13 @@
 #include "contract/operation.h"
 #include "soapH.h"
 
-int __nsqv__getWaveformConfig(struct soap* soap, struct _nsqv__getWaveformConfig*,
-    struct _nsqv__getWaveConfigResponse&) {
+int __nsqv__getWaveformConfig(struct soap* soap,
+                              struct _nsqv__getWaveformConfig*,
+                              struct _nsqv__getWaveConfigResponse&) {
   return wsgated::operationNotAvailable(soap, "getWaveformConfig");
 }
 
 int __nsqv__getWaveformData(struct soap* soap, struct _nsqv__getWaveformData*,
-    struct _nsqv__getWaveDataResponse&) {
+                            struct _nsqv__getWaveDataResponse&) {
   return wsgated::operationNotAvailable(soap, "getWaveformData");
 }
