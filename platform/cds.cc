@@ -27,12 +27,15 @@ const char kDefaultStorePath[] = "/var/lib/toolkit/cds.db";
 // Parsed paths a connection keeps for its next get_leaves.
 constexpr size_t kParsedKept = 4096;
 
-// Runs the body of a public call: its status decides the return value, and
-// an exception becomes an I/O error instead of leaving the library.
+// Runs the body of a public call on `c` (may be null): its status decides
+// the return value, and an exception becomes an I/O error instead of
+// leaving the library. A call outside a transaction first makes sure that
+// the connection's file is still the store.
 template <typename Body>
-int run_call(api_status_t& status, Body&& body) {
+int run_call(pcd_connection* c, api_status_t& status, Body&& body) {
   try {
-    status = body();
+    status = c == nullptr ? API_STATUS_OK : store::ensure_current(c);
+    if (status == API_STATUS_OK) status = body();
   } catch (...) {
     status = API_STATUS_IO_ERROR;
   }
@@ -519,7 +522,7 @@ CCds::~CCds() { pcd_close(handle); }
 
 int CCds::get_leaf(const std::string& path, api_status_t& status,
                    CElement& element, element_property_t& property) {
-  return run_call(status, [&] {
+  return run_call(handle, status, [&] {
     clear_element(element, property);
     if (handle == nullptr) return API_STATUS_NOT_OPEN;
     return read_path(handle, path, element, property);
@@ -531,7 +534,7 @@ int CCds::get_leaves(const std::vector<std::string>& paths,
                      std::vector<CElement>& elements,
                      std::vector<element_property_t>& properties) {
   api_status_t call_status;
-  return run_call(call_status, [&] {
+  return run_call(handle, call_status, [&] {
     const size_t count = paths.size();
     elements.resize(count);
     properties.assign(count, PCD_PROP_NORMAL);
@@ -556,7 +559,7 @@ int CCds::get_leaves(const std::vector<std::string>& paths,
 int CCds::set_leaf(const std::string& path, const CElement& element,
                    api_status_t& status, pcd_tribool_t persist,
                    const std::string& source) {
-  return run_call(status, [&] {
+  return run_call(handle, status, [&] {
     return change_tree(handle, path, [&](const CPath& parsed) {
       return write_leaf(handle, parsed, element, persist, source);
     });
@@ -605,7 +608,7 @@ int CCds::set_leaves(const std::vector<std::string>& paths,
                      std::vector<api_status_t>& statuses,
                      const std::string& source) {
   api_status_t call_status;
-  return run_call(call_status, [&] {
+  return run_call(handle, call_status, [&] {
     const size_t count = paths.size();
     statuses.assign(count, API_STATUS_UNKNOWN);
     if (elements.size() != count ||
@@ -627,7 +630,7 @@ int CCds::set_leaves(const std::vector<std::string>& paths,
 int CCds::increment_leaf(const std::string& path, int32_t delta,
                          api_status_t& status, int32_t* new_value,
                          const std::string& source) {
-  return run_call(status, [&] {
+  return run_call(handle, status, [&] {
     return change_tree(handle, path, [&](const CPath& parsed) {
       return increment(handle, parsed, delta, new_value, source);
     });
@@ -636,7 +639,7 @@ int CCds::increment_leaf(const std::string& path, int32_t delta,
 
 int CCds::add_node(const std::string& path, api_status_t& status,
                    const std::string& source) {
-  return run_call(status, [&] {
+  return run_call(handle, status, [&] {
     return change_tree(handle, path, [&](const CPath& parsed) {
       if (parsed.hasExplicitAttribute()) return API_STATUS_BAD_PATH;
       return create_node(handle, parsed.getNodePath());
@@ -646,7 +649,7 @@ int CCds::add_node(const std::string& path, api_status_t& status,
 
 int CCds::remove_node(const std::string& path, api_status_t& status,
                       const std::string& source) {
-  return run_call(status, [&] {
+  return run_call(handle, status, [&] {
     return change_tree(handle, path, [&](const CPath& parsed) {
       return remove_subtree(handle, parsed);
     });
@@ -655,7 +658,7 @@ int CCds::remove_node(const std::string& path, api_status_t& status,
 
 int CCds::clear_leaf(const std::string& path, api_status_t& status,
                      const std::string& source) {
-  return run_call(status, [&] {
+  return run_call(handle, status, [&] {
     return change_tree(handle, path, [&](const CPath& parsed) {
       return delete_leaf(handle, parsed);
     });
@@ -663,7 +666,7 @@ int CCds::clear_leaf(const std::string& path, api_status_t& status,
 }
 
 int CCds::test_node(const std::string& path, api_status_t& status) {
-  return run_call(status, [&] {
+  return run_call(handle, status, [&] {
     if (handle == nullptr) return API_STATUS_NOT_OPEN;
     CPath parsed;
     if (!parse(parsed, path)) return API_STATUS_BAD_PATH;
@@ -721,6 +724,7 @@ int cds_create(const std::string& path, bool replace) {
 
 int pcd_begin(pcd_handle_t handle) {
   if (handle == nullptr || handle->in_group || handle->in_snapshot) return -1;
+  if (toolkit::store::ensure_current(handle) != API_STATUS_OK) return -1;
   // A read-only handle cannot write, so its group is only a snapshot and
   // must not hold the store's write lock.
   const api_status_t status = toolkit::store::run_simple(
@@ -756,6 +760,7 @@ int pcd_rollback(pcd_handle_t handle) {
 
 int pcd_begin_snapshot(pcd_handle_t handle) {
   if (handle == nullptr || handle->in_group || handle->in_snapshot) return -1;
+  if (toolkit::store::ensure_current(handle) != API_STATUS_OK) return -1;
   // A deferred BEGIN: the snapshot is taken by the first read, and no lock
   // that writers wait for is ever held.
   if (toolkit::store::run_simple(handle, toolkit::store::kStmtBeginRead) !=
@@ -785,4 +790,8 @@ unsigned long long pcd_change_counter(pcd_handle_t handle) {
     version = static_cast<unsigned long long>(sqlite3_column_int64(s.get(), 0));
   }
   return handle->own_writes + version;
+}
+
+unsigned long long pcd_statement_count(pcd_handle_t handle) {
+  return handle == nullptr ? 0 : handle->statements;
 }

@@ -126,10 +126,16 @@ class CCds {
   bool isReadOnly() const;
 
   // Software watchdog. register records `name`, our pid and the period in
-  // seconds in the store; ping refreshes it; clear removes it. When the
-  // environment has NOTIFY_SOCKET (systemd), register also sends READY=1,
-  // ping WATCHDOG=1 and clear STOPPING=1. `status` is API_STATUS_OK on
-  // success. A ping without a registration fails with API_STATUS_NO_NODE.
+  // seconds in the store, one row per process; ping refreshes our row;
+  // clear removes it. A supervisor restarts a process whose row is older
+  // than its period. When the environment has NOTIFY_SOCKET (systemd),
+  // register also sends READY=1, ping WATCHDOG=1 and clear STOPPING=1.
+  // `status` is API_STATUS_OK on success. A ping without a registration
+  // fails with API_STATUS_NO_NODE. A ping is a sign of life, not a change
+  // that must win: while another process holds the store's lock it waits
+  // briefly, then succeeds and writes the row at a later ping; it fails
+  // (API_STATUS_BUSY) only when no ping has reached the store for a whole
+  // period. A store replaced under our path gets our row again.
   int watchdog_register(api_status_t& status, const std::string& name,
                         int period_seconds, bool notify_systemd);
   int watchdog_ping(api_status_t& status);
@@ -171,6 +177,10 @@ extern "C" int pcd_end_snapshot(pcd_handle_t handle);
 // reload. 0 when the handle is not open.
 unsigned long long pcd_change_counter(pcd_handle_t handle);
 
+// How many statements the handle has run so far. Tests count the store's
+// work with it (for example, statements per entry of a large write).
+unsigned long long pcd_statement_count(pcd_handle_t handle);
+
 // Where pcd_init looks: TOOLKIT_CDS_PATH or the default.
 std::string pcd_default_path();
 
@@ -197,6 +207,10 @@ struct CdsWatchdog {
   long long last_ping_us;  // qrx time
 };
 int cds_watchdogs_read(pcd_handle_t handle, std::vector<CdsWatchdog>& out);
+// Remove the row of `name` and `pid`, the row of a process that is gone
+// (supervisors clean up after the processes they restart). 0 when a row
+// was removed.
+int cds_watchdog_remove(pcd_handle_t handle, const std::string& name, int pid);
 
 // One line of the store's system event log.
 struct CdsSyslogLine {

@@ -102,7 +102,8 @@ int CCds::events_send(std::vector<CEvent>& events,
     // read-only handle may not send them.
     api_status_t status = API_STATUS_READ_ONLY;
     std::vector<long long> ids(events.size(), 0);
-    if (!handle->read_only) status = queue_events(handle, events, ids);
+    if (!handle->read_only) status = toolkit::store::ensure_current(handle);
+    if (status == API_STATUS_OK) status = queue_events(handle, events, ids);
     statuses.assign(events.size(), status);
     if (status != API_STATUS_OK) return -1;
     for (size_t i = 0; i < events.size(); ++i) events[i].queue_id = ids[i];
@@ -119,7 +120,10 @@ int CCds::syslog_add(int level, const std::string& message) {
     ::syslog(priority, "%s", message.c_str());
     // The log is the process's own record, not a change of the tree, so a
     // read-only handle still writes it.
-    if (handle == nullptr) return -1;
+    if (handle == nullptr ||
+        toolkit::store::ensure_current(handle) != API_STATUS_OK) {
+      return -1;
+    }
     return log_line(handle, priority, message) == API_STATUS_OK ? 0 : -1;
   } catch (...) {
     return -1;

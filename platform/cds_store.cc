@@ -14,7 +14,9 @@
 #include <unordered_map>
 
 #include "platform/attributes.h"
+#include "platform/cds.h"
 #include "platform/qrxtime.h"
+#include "platform/syslog.h"
 
 namespace toolkit {
 namespace store {
@@ -86,14 +88,16 @@ const char* const kSql[kStmtCount] = {
     "SELECT time_us, level, message FROM syslog ORDER BY id DESC LIMIT ?1",
     /* kStmtRegisterWatchdog */
     "INSERT INTO watchdog(name, pid, period, last_ping_us) "
-    "VALUES(?1, ?2, ?3, ?4) ON CONFLICT(name) DO UPDATE SET "
-    "pid = excluded.pid, period = excluded.period, "
-    "last_ping_us = excluded.last_ping_us",
+    "VALUES(?1, ?2, ?3, ?4) ON CONFLICT(name, pid) DO UPDATE SET "
+    "period = excluded.period, last_ping_us = excluded.last_ping_us",
     /* kStmtPingWatchdog */
-    "UPDATE watchdog SET last_ping_us = ?2 WHERE name = ?1",
-    /* kStmtClearWatchdog */ "DELETE FROM watchdog WHERE name = ?1",
+    "UPDATE watchdog SET last_ping_us = ?2 WHERE name = ?1 AND pid = ?3",
+    /* kStmtClearWatchdog */
+    "DELETE FROM watchdog WHERE name = ?1 AND pid = ?3",
     /* kStmtReadWatchdogs */
-    "SELECT name, pid, period, last_ping_us FROM watchdog ORDER BY name",
+    "SELECT name, pid, period, last_ping_us FROM watchdog ORDER BY name, pid",
+    /* kStmtRemoveWatchdog */
+    "DELETE FROM watchdog WHERE name = ?1 AND pid = ?2",
 };
 
 const char kSchema[] =
@@ -112,21 +116,13 @@ const char kSchema[] =
     " PRIMARY KEY(path, attr)) WITHOUT ROWID;"
     "CREATE TABLE events(queue_id INTEGER PRIMARY KEY AUTOINCREMENT,"
     " queued_us INTEGER NOT NULL, payload TEXT NOT NULL);"
-    "CREATE TABLE watchdog(name TEXT PRIMARY KEY, pid INTEGER NOT NULL,"
-    " period INTEGER NOT NULL, last_ping_us INTEGER NOT NULL) WITHOUT ROWID;"
+    "CREATE TABLE watchdog(name TEXT NOT NULL, pid INTEGER NOT NULL,"
+    " period INTEGER NOT NULL, last_ping_us INTEGER NOT NULL,"
+    " PRIMARY KEY(name, pid)) WITHOUT ROWID;"
     "CREATE TABLE syslog(id INTEGER PRIMARY KEY, time_us INTEGER NOT NULL,"
     " level INTEGER NOT NULL, message TEXT NOT NULL);"
     "INSERT INTO meta VALUES('security_generation', 0);"
     "INSERT INTO node(id, path, parent, name) VALUES(1, '/', NULL, '');";
-
-int busy_ms_from_env() {
-  const char* text = getenv("TOOLKIT_CDS_BUSY_MS");
-  if (text == nullptr || *text == '\0') return kDefaultBusyMs;
-  char* end = nullptr;
-  const long ms = strtol(text, &end, 10);
-  if (*end != '\0' || ms < 0 || ms > 3600 * 1000) return kDefaultBusyMs;
-  return static_cast<int>(ms);
-}
 
 // One integer from a one-row query, or `fallback`.
 long long query_integer(sqlite3* db, const char* sql, long long fallback) {
@@ -335,7 +331,7 @@ namespace {
 // Per-connection settings; WAL itself is a property of the file, set when
 // the store is created.
 bool configure(sqlite3* db) {
-  sqlite3_busy_timeout(db, busy_ms_from_env());
+  sqlite3_busy_timeout(db, busy_ms());
   return sqlite3_exec(db, "PRAGMA synchronous = NORMAL", nullptr, nullptr,
                       nullptr) == SQLITE_OK &&
          sqlite3_create_module(db, "cds_keys", &kKeysModule, nullptr) ==
@@ -344,25 +340,162 @@ bool configure(sqlite3* db) {
 
 }  // namespace
 
-pcd_connection* open_connection(const char* path) {
-  if (path == nullptr || *path == '\0') return nullptr;
+namespace {
+
+// The previous schema kept one watchdog row per name; rows are now per
+// process, so that two processes of one name cannot take each other's.
+const char kUpgradeFromVersion2[] =
+    "BEGIN IMMEDIATE;"
+    "CREATE TABLE watchdog_new(name TEXT NOT NULL, pid INTEGER NOT NULL,"
+    " period INTEGER NOT NULL, last_ping_us INTEGER NOT NULL,"
+    " PRIMARY KEY(name, pid)) WITHOUT ROWID;"
+    "INSERT INTO watchdog_new SELECT name, pid, period, last_ping_us"
+    " FROM watchdog;"
+    "DROP TABLE watchdog;"
+    "ALTER TABLE watchdog_new RENAME TO watchdog;"
+    "UPDATE meta SET value = 3 WHERE key = 'schema_version';"
+    "COMMIT;";
+
+bool writable_or_absent(const std::string& path) {
+  return access(path.c_str(), W_OK) == 0 || errno == ENOENT;
+}
+
+// The file of the store that this process cannot write, or nullptr. SQLite
+// maps the shared-memory file into memory and would die of SIGBUS on one it
+// cannot extend; a store it cannot write would fail every write later.
+const char* unwritable_file(const std::string& path) {
+  if (access(path.c_str(), W_OK) != 0) return errno == ENOENT ? nullptr : "";
+  if (!writable_or_absent(path + "-wal")) return "-wal";
+  if (!writable_or_absent(path + "-shm")) return "-shm";
+  return nullptr;
+}
+
+// The schema version, after bringing a store of the previous one up to
+// date; -1 when the file is no store.
+long long current_version(sqlite3* db) {
+  const char* const sql = "SELECT value FROM meta WHERE key = 'schema_version'";
+  long long version = query_integer(db, sql, -1);
+  if (version == 2 &&
+      sqlite3_exec(db, kUpgradeFromVersion2, nullptr, nullptr, nullptr) ==
+          SQLITE_OK) {
+    version = query_integer(db, sql, -1);
+  } else if (version == 2) {
+    sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
+  }
+  return version;
+}
+
+// A configured database of the store at `path`, or nullptr.
+sqlite3* open_database(const std::string& path) {
+  if (const char* file = unwritable_file(path)) {
+    if (g_syslog != nullptr) {
+      g_syslog->err(0, "store %s%s cannot be written: %s", path.c_str(), file,
+                    strerror(errno));
+    }
+    return nullptr;
+  }
   sqlite3* db = nullptr;
   // Never SQLITE_OPEN_CREATE: a missing store is an error, not an empty one.
   const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX;
-  if (sqlite3_open_v2(path, &db, flags, nullptr) != SQLITE_OK ||
-      !configure(db)) {
+  if (sqlite3_open_v2(path.c_str(), &db, flags, nullptr) != SQLITE_OK ||
+      !configure(db) || current_version(db) != kSchemaVersion ||
+      !is_wal(db)) {
     sqlite3_close(db);
     return nullptr;
   }
-  const long long version = query_integer(
-      db, "SELECT value FROM meta WHERE key = 'schema_version'", -1);
-  if (version != kSchemaVersion || !is_wal(db)) {
-    sqlite3_close(db);
-    return nullptr;
+  return db;
+}
+
+// Make `c` use `db`, whose file now has the identity `st`. The old
+// database is closed keeping its write-ahead files: SQLite would otherwise
+// delete "<path>-wal" and "<path>-shm" by name, and by now those names
+// belong to the store that replaced it.
+void adopt_database(pcd_connection* c, sqlite3* db, const struct stat& st) {
+  for (sqlite3_stmt*& stmt : c->stmts) {
+    sqlite3_finalize(stmt);
+    stmt = nullptr;
   }
+  int persist = 1;
+  sqlite3_file_control(c->db, "main", SQLITE_FCNTL_PERSIST_WAL, &persist);
+  sqlite3_close(c->db);
+  c->db = db;
+  c->device = st.st_dev;
+  c->inode = st.st_ino;
+  c->gone_reported = false;
+}
+
+// The store at the connection's path was replaced: go over to the new file
+// with the connection's own state (read-only flag, watchdog) and make sure
+// everything cached from the old file is read again.
+api_status_t reopen(pcd_connection* c, const struct stat& st) {
+  sqlite3* db = open_database(c->path);
+  if (db == nullptr) return API_STATUS_NOT_OPEN;
+  // The change counter must move past every value it had on the old file.
+  const unsigned long long before = pcd_change_counter(c);
+  adopt_database(c, db, st);
+  c->own_writes = before + 1;
+  c->security.reset();
+  c->security_generation = -1;
+  if (g_syslog != nullptr) {
+    g_syslog->notice(0, "store %s was replaced; reopened it", c->path.c_str());
+  }
+  if (!c->watchdog_name.empty()) return write_watchdog_row(c);
+  return API_STATUS_OK;
+}
+
+}  // namespace
+
+int busy_ms() {
+  const char* text = getenv("TOOLKIT_CDS_BUSY_MS");
+  if (text == nullptr || *text == '\0') return kDefaultBusyMs;
+  char* end = nullptr;
+  const long ms = strtol(text, &end, 10);
+  if (*end != '\0' || ms < 0 || ms > 3600 * 1000) return kDefaultBusyMs;
+  return static_cast<int>(ms);
+}
+
+pcd_connection* open_connection(const char* path) {
+  if (path == nullptr || *path == '\0') return nullptr;
+  struct stat st;
+  if (stat(path, &st) != 0) return nullptr;
+  sqlite3* db = open_database(path);
+  if (db == nullptr) return nullptr;
   pcd_connection* c = new pcd_connection;
   c->db = db;
+  c->path = path;
+  c->device = st.st_dev;
+  c->inode = st.st_ino;
   return c;
+}
+
+api_status_t ensure_current(pcd_connection* c) {
+  if (c->in_group || c->in_snapshot || !sqlite3_get_autocommit(c->db)) {
+    return API_STATUS_OK;
+  }
+  struct stat st;
+  if (stat(c->path.c_str(), &st) != 0) {
+    if (!c->gone_reported && g_syslog != nullptr) {
+      g_syslog->err(0, "store %s is gone: calls fail until it is back",
+                    c->path.c_str());
+    }
+    c->gone_reported = true;
+    return API_STATUS_NOT_OPEN;
+  }
+  if (st.st_dev == c->device && st.st_ino == c->inode) return API_STATUS_OK;
+  return reopen(c, st);
+}
+
+api_status_t write_watchdog_row(pcd_connection* c) {
+  StmtScope s(c, kStmtRegisterWatchdog);
+  if (!s.ok()) return s.error();
+  s.bind(1, c->watchdog_name);
+  s.bind(2, static_cast<long long>(getpid()));
+  s.bind(3, static_cast<long long>(c->watchdog_period));
+  s.bind(4, now_us());
+  const int rc = s.step();
+  if (rc != SQLITE_DONE) return status_from_sqlite(rc);
+  c->watchdog_written_us = now_us();
+  return API_STATUS_OK;
 }
 
 void close_connection(pcd_connection* c) {

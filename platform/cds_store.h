@@ -17,7 +17,8 @@
 //                                     the creation order within the node,
 //                                     `changes` counts the writes.
 //   events(queue_id, queued_us, payload)   durable event queue (capped)
-//   watchdog(name, pid, period, last_ping_us)
+//   watchdog(name, pid, period, last_ping_us)   one row per process, keyed
+//                                     by (name, pid)
 //   syslog(id, time_us, level, message)    system event log (capped)
 //
 // Values: Boolean, Unsigned and Integer are SQLite integers, Real a double
@@ -28,6 +29,7 @@
 #define PLATFORM_CDS_STORE_H_
 
 #include <sqlite3.h>
+#include <sys/stat.h>
 #include <sys/time.h>
 
 #include <memory>
@@ -44,7 +46,7 @@ struct SecurityPolicy;  // security.cc
 
 namespace store {
 
-constexpr int kSchemaVersion = 2;
+constexpr int kSchemaVersion = 3;
 // The newest rows kept in the capped tables. Readers that fall further
 // behind than this lose the oldest entries, which on a device with a small
 // flash is preferable to an unbounded file.
@@ -93,6 +95,7 @@ enum StmtId : int {
   kStmtPingWatchdog,
   kStmtClearWatchdog,
   kStmtReadWatchdogs,
+  kStmtRemoveWatchdog,
   kStmtCount
 };
 
@@ -101,6 +104,13 @@ enum StmtId : int {
 
 struct pcd_connection {
   sqlite3* db = nullptr;
+  // The store file as it was opened: its path and identity. A store
+  // replaced under the same path is reopened; one removed fails the calls
+  // (store::ensure_current).
+  std::string path;
+  dev_t device = 0;
+  ino_t inode = 0;
+  bool gone_reported = false;
   sqlite3_stmt* stmts[toolkit::store::kStmtCount] = {};
   // setReadOnly(): the tree refuses writes through this handle.
   bool read_only = false;
@@ -111,10 +121,14 @@ struct pcd_connection {
   // Commits made through this handle. PRAGMA data_version only moves for
   // other connections' commits; the sum of both moves for every commit.
   unsigned long long own_writes = 0;
-  // watchdog_register: the name this process pings and whether it also
-  // reports to systemd.
+  // watchdog_register: the name this process pings, its period, whether it
+  // also reports to systemd, and when a ping last reached the store.
   std::string watchdog_name;
+  int watchdog_period = 0;
   bool watchdog_notify = false;
+  long long watchdog_written_us = 0;
+  // Statements borrowed through this handle (pcd_statement_count).
+  unsigned long long statements = 0;
   // The cached access policy (owned by security.cc) and the change counter
   // and security generation it was loaded at.
   std::shared_ptr<toolkit::SecurityPolicy> security;
@@ -132,9 +146,27 @@ struct pcd_connection {
 namespace toolkit {
 namespace store {
 
-// Open an existing store (nullptr when the file is missing or is not a
-// store of this schema). The busy time-out comes from TOOLKIT_CDS_BUSY_MS.
+// Open an existing store (nullptr when the file is missing, is not a store
+// of this schema, or it or its write-ahead files cannot be written: SQLite
+// would fail on them later, or, for its shared-memory file, crash the
+// process). The busy time-out comes from TOOLKIT_CDS_BUSY_MS. A store of
+// the previous schema is brought up to date first.
 pcd_connection* open_connection(const char* path);
+
+// Called at the start of every call that is not inside a transaction:
+// OK when the connection's file is still the store's path; a store that
+// was replaced (another file renamed into place) is reopened; a store that
+// is gone gives API_STATUS_NOT_OPEN, so that no write is acknowledged into
+// a file nobody else will ever read.
+api_status_t ensure_current(pcd_connection* c);
+
+// The busy time-out of store connections: TOOLKIT_CDS_BUSY_MS, default
+// kDefaultBusyMs.
+int busy_ms();
+
+// Write the connection's watchdog row (watchdog_name, our pid,
+// watchdog_period, now), as a registration does.
+api_status_t write_watchdog_row(pcd_connection* c);
 void close_connection(pcd_connection* c);
 // Create a store file with its schema and root node. Returns 0 on success.
 int create_store(const std::string& path, bool replace);
@@ -150,7 +182,9 @@ bool is_call_failure(api_status_t status);
 // autocommit read releases its snapshot at once.
 class StmtScope {
  public:
-  StmtScope(pcd_connection* c, StmtId id) : stmt_(c->stmt(id, &rc_)) {}
+  StmtScope(pcd_connection* c, StmtId id) : stmt_(c->stmt(id, &rc_)) {
+    ++c->statements;
+  }
   ~StmtScope() {
     if (stmt_ != nullptr) sqlite3_reset(stmt_);
   }

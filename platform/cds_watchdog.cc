@@ -50,30 +50,37 @@ void notify_systemd(const char* message) {
   close(fd);
 }
 
-// Runs a watchdog statement whose parameter 1 is the name and parameter 2
-// the present time; `changed` tells whether a row matched.
-api_status_t touch_row(pcd_connection* c, store::StmtId id,
-                       const std::string& name, bool* changed) {
+// How long a ping waits for a lock another process holds. A ping is a sign
+// of life, not a change that must win now: when the store is busy it is
+// written at the next ping instead.
+constexpr int kPingBusyMs = 250;
+
+// Runs a watchdog statement whose parameter 1 is the name, 2 the present
+// time and 3 our pid; `changed` tells whether a row matched.
+api_status_t touch_row(pcd_connection* c, store::StmtId id, bool* changed) {
   StmtScope s(c, id);
   if (!s.ok()) return s.error();
-  s.bind(1, name);
-  if (sqlite3_bind_parameter_count(s.get()) >= 2) s.bind(2, store::now_us());
+  s.bind(1, c->watchdog_name);
+  s.bind(2, store::now_us());
+  s.bind(3, static_cast<long long>(getpid()));
   const int rc = s.step();
   if (rc != SQLITE_DONE) return store::status_from_sqlite(rc);
   *changed = sqlite3_changes(c->db) > 0;
   return API_STATUS_OK;
 }
 
-api_status_t register_row(pcd_connection* c, const std::string& name,
-                          int period_seconds) {
-  StmtScope s(c, store::kStmtRegisterWatchdog);
-  if (!s.ok()) return s.error();
-  s.bind(1, name);
-  s.bind(2, static_cast<long long>(getpid()));
-  s.bind(3, static_cast<long long>(period_seconds));
-  s.bind(4, store::now_us());
-  const int rc = s.step();
-  return rc == SQLITE_DONE ? API_STATUS_OK : store::status_from_sqlite(rc);
+// A ping's write, waiting at most kPingBusyMs for a lock.
+api_status_t ping_row(pcd_connection* c, bool* changed) {
+  sqlite3_busy_timeout(c->db, kPingBusyMs);
+  const api_status_t status = touch_row(c, store::kStmtPingWatchdog, changed);
+  sqlite3_busy_timeout(c->db, store::busy_ms());
+  return status;
+}
+
+// Has no ping reached the store for a whole period?
+bool ping_overdue(const pcd_connection* c) {
+  const long long period_us = 1000000LL * c->watchdog_period;
+  return store::now_us() - c->watchdog_written_us >= period_us;
 }
 
 // Frame of the three calls: the handle, a registration when one is needed,
@@ -86,7 +93,7 @@ int watchdog_call(pcd_connection* c, api_status_t& status,
       status = API_STATUS_NOT_OPEN;
     } else if (needs_registration && c->watchdog_name.empty()) {
       status = API_STATUS_NO_NODE;
-    } else {
+    } else if ((status = store::ensure_current(c)) == API_STATUS_OK) {
       status = body();
     }
   } catch (...) {
@@ -101,9 +108,14 @@ int CCds::watchdog_register(api_status_t& status, const std::string& name,
                             int period_seconds, bool notify) {
   return watchdog_call(handle, status, false, [&] {
     if (name.empty() || period_seconds <= 0) return API_STATUS_BAD_PATH;
-    const api_status_t result = register_row(handle, name, period_seconds);
-    if (result != API_STATUS_OK) return result;
+    const std::string previous = handle->watchdog_name;
     handle->watchdog_name = name;
+    handle->watchdog_period = period_seconds;
+    const api_status_t result = store::write_watchdog_row(handle);
+    if (result != API_STATUS_OK) {
+      handle->watchdog_name = previous;
+      return result;
+    }
     handle->watchdog_notify = notify;
     if (notify) notify_systemd("READY=1");
     return API_STATUS_OK;
@@ -113,11 +125,15 @@ int CCds::watchdog_register(api_status_t& status, const std::string& name,
 int CCds::watchdog_ping(api_status_t& status) {
   return watchdog_call(handle, status, true, [&] {
     bool changed = false;
-    const api_status_t result = touch_row(
-        handle, store::kStmtPingWatchdog, handle->watchdog_name, &changed);
+    const api_status_t result = ping_row(handle, &changed);
+    if (result == API_STATUS_BUSY && !ping_overdue(handle)) {
+      if (handle->watchdog_notify) notify_systemd("WATCHDOG=1");
+      return API_STATUS_OK;
+    }
     if (result != API_STATUS_OK) return result;
     // Someone removed our row: the supervisor no longer expects us.
     if (!changed) return API_STATUS_NO_NODE;
+    handle->watchdog_written_us = store::now_us();
     if (handle->watchdog_notify) notify_systemd("WATCHDOG=1");
     return API_STATUS_OK;
   });
@@ -126,8 +142,8 @@ int CCds::watchdog_ping(api_status_t& status) {
 int CCds::watchdog_clear(api_status_t& status) {
   return watchdog_call(handle, status, true, [&] {
     bool changed = false;
-    const api_status_t result = touch_row(
-        handle, store::kStmtClearWatchdog, handle->watchdog_name, &changed);
+    const api_status_t result =
+        touch_row(handle, store::kStmtClearWatchdog, &changed);
     if (result != API_STATUS_OK) return result;
     if (handle->watchdog_notify) notify_systemd("STOPPING=1");
     handle->watchdog_name.clear();
@@ -153,6 +169,20 @@ int cds_watchdogs_read(pcd_handle_t handle, std::vector<CdsWatchdog>& out) {
           sqlite3_column_int64(s.get(), 3)});
     }
     return rc == SQLITE_DONE ? 0 : -1;
+  } catch (...) {
+    return -1;
+  }
+}
+
+int cds_watchdog_remove(pcd_handle_t handle, const std::string& name,
+                        int pid) {
+  try {
+    if (handle == nullptr) return -1;
+    toolkit::store::StmtScope s(handle, toolkit::store::kStmtRemoveWatchdog);
+    if (!s.ok()) return -1;
+    s.bind(1, name);
+    s.bind(2, static_cast<long long>(pid));
+    return s.step() == SQLITE_DONE && sqlite3_changes(handle->db) > 0 ? 0 : -1;
   } catch (...) {
     return -1;
   }
