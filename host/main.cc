@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 
 #include "common/log.h"
 #include "common/service_context.h"
@@ -20,6 +21,7 @@
 #include "host/request_context.h"
 #include "host/request_loop.h"
 #include "host/signals.h"
+#include "host/single_instance.h"
 #include "platform/syslog.h"
 
 using toolkit::g_syslog;
@@ -27,10 +29,28 @@ using toolkit::g_syslog;
 namespace wsgated {
 namespace {
 
-const int kWatchdogSeconds = 90;
+// The watchdog period; WSGATED_WATCHDOG_S changes it (tests use seconds).
+const int kDefaultWatchdogSeconds = 90;
+const char* const kProgram = "wsgated";
 // Nodes the host binds or consults at start-up.
 const char* const kSwInfoNode = "/Software/Data Servers/BACnet WebServices";
 const char* const kReadOnlyCdsPath = "/ReadOnlyCDS";
+
+int watchdogSeconds() {
+  const char* text = getenv("WSGATED_WATCHDOG_S");
+  const int seconds = text != nullptr ? atoi(text) : 0;
+  return seconds > 0 ? seconds : kDefaultWatchdogSeconds;
+}
+
+// A second daemon must not take the socket of a running one.
+bool refuseSecondInstance(ServiceContext* ctx) {
+  pid_t pid = 0;
+  const std::string socket = fcgiSocketPath();
+  if (!findRunningInstance(socket, ctx->cds, kProgram, &pid)) return false;
+  fprintf(stderr, "%s: already running as pid %d on %s\n", kProgram,
+          static_cast<int>(pid), socket.c_str());
+  return true;
+}
 
 void applyCommandLine(const CommandLine& line, ServiceContext* ctx) {
   ctx->deltaLog = line.deltaLog;
@@ -115,6 +135,7 @@ int runDaemon(int argc, char** argv) {
   if (outcome == CommandLineOutcome::kExitSuccess) return 0;
   if (outcome == CommandLineOutcome::kExitFailure) return 1;
   applyCommandLine(line, &ctx);
+  if (refuseSecondInstance(&ctx)) return 1;
 
   if (line.fork) {
     // Reopened below by the daemon itself.
@@ -137,7 +158,7 @@ int runDaemon(int argc, char** argv) {
   ctx.swinfo.SetAppError(0);
   if (line.fork) {
     api_status_t status = API_STATUS_UNKNOWN;
-    ctx.cds.watchdog_register(status, "wsgated", kWatchdogSeconds, true);
+    ctx.cds.watchdog_register(status, kProgram, watchdogSeconds(), true);
   }
   if (setupLocaleSupport(&ctx)) enableUtf8Modes(soap);
   applyReadOnlyFlag(&ctx);
