@@ -104,13 +104,11 @@ bool readLeafText(toolkit::CCds& cds, const std::string& path,
   return true;
 }
 
-const std::string* findPrefetched(const std::vector<PrefetchedLeaf>* prefetched,
+unsigned long long g_prefetchedComparisons = 0;
+
+const std::string* findPrefetched(const PrefetchedLeaves* prefetched,
                                   const std::string& path) {
-  if (prefetched == nullptr) return nullptr;
-  for (const PrefetchedLeaf& leaf : *prefetched) {
-    if (leaf.path == path) return &leaf.text;
-  }
-  return nullptr;
+  return prefetched == nullptr ? nullptr : prefetched->find(path);
 }
 
 // The element converted to `type` as a re-cast does it: enumerated types
@@ -201,8 +199,28 @@ int recastAttribute(toolkit::CCds& cds, const std::string& nodePath,
   return rc;
 }
 
+PrefetchedLeaves::PrefetchedLeaves(const std::vector<PrefetchedLeaf>& leaves) {
+  texts_.reserve(leaves.size());
+  for (const PrefetchedLeaf& leaf : leaves) texts_.emplace(leaf.path, leaf.text);
+}
+
+const std::string* PrefetchedLeaves::find(const std::string& path) const {
+  const auto found = texts_.find(path);
+  return found == texts_.end() ? nullptr : &found->second;
+}
+
+unsigned long long PrefetchedLeaves::comparisons() {
+  return g_prefetchedComparisons;
+}
+
+bool PrefetchedLeaves::CountingEqual::operator()(const std::string& a,
+                                                 const std::string& b) const {
+  ++g_prefetchedComparisons;
+  return a == b;
+}
+
 data_type_t lookupValueType(toolkit::CCds& cds, const std::string& nodePath,
-                            const std::vector<PrefetchedLeaf>* prefetched,
+                            const PrefetchedLeaves* prefetched,
                             std::string& possibleValues, bool& enumerated) {
   const std::string typePath = attributePath(nodePath, "ValueType");
   const std::string* typeText = findPrefetched(prefetched, typePath);

@@ -2,6 +2,7 @@
 // that survive are stored in one transaction, so a client never sees half
 // of a set of values that belong together.
 
+#include <unordered_map>
 #include <utility>
 
 #include "common/bnws_error.h"
@@ -63,15 +64,30 @@ const char* typeName(data_type_t type) {
   return name ? name : toolkit::CElement::_invalid;
 }
 
+// The entries of the call by normalised path, each path's in call order.
+using EntriesByPath =
+    std::unordered_map<std::string, std::vector<WriteEntry*>>;
+
+EntriesByPath entriesByPath(std::vector<WriteEntry>& entries) {
+  EntriesByPath byPath;
+  for (WriteEntry& entry : entries) {
+    if (entry.path.is_valid()) byPath[entry.path.getPath()].push_back(&entry);
+  }
+  return byPath;
+}
+
 // A ValueType sent with values of its node is never stored: it says which
 // type the node's Value and alarm value of this same call are to take.
-void applyValueType(WriteEntry& typeEntry, std::vector<WriteEntry>& entries) {
+void applyValueType(WriteEntry& typeEntry, const EntriesByPath& byPath) {
   bool enumerated = false;
   const data_type_t type = valueTypeFromText(typeEntry.text, enumerated);
   for (const char* attribute : {"Value", ".AlarmOnValue"}) {
     const std::string target = typeEntry.path.getNewPathStr(attribute);
-    for (WriteEntry& entry : entries) {
-      if (!entry.store || entry.path.getPath() != target) continue;
+    const auto found = byPath.find(target);
+    if (found == byPath.end()) continue;
+    for (WriteEntry* entryOfPath : found->second) {
+      WriteEntry& entry = *entryOfPath;
+      if (!entry.store) continue;
       entry.target.type = type;
       entry.target.stateNames = enumerated;
       if (type != PCD_TYPE_STRING) {
@@ -85,21 +101,21 @@ void applyValueType(WriteEntry& typeEntry, std::vector<WriteEntry>& entries) {
 }
 
 void applyValueTypes(std::vector<WriteEntry>& entries) {
+  const EntriesByPath byPath = entriesByPath(entries);
   for (WriteEntry& entry : entries) {
     if (entry.store && entry.path.getPathAttribute() == "ValueType") {
-      applyValueType(entry, entries);
+      applyValueType(entry, byPath);
     }
   }
 }
 
-std::vector<PrefetchedLeaf> prefetchedLeaves(
-    const std::vector<WriteEntry>& entries) {
+PrefetchedLeaves prefetchedLeaves(const std::vector<WriteEntry>& entries) {
   std::vector<PrefetchedLeaf> leaves;
   for (const WriteEntry& entry : entries) {
     if (entry.path.is_valid())
       leaves.push_back({entry.path.getPath(), entry.text});
   }
-  return leaves;
+  return PrefetchedLeaves(leaves);
 }
 
 // The target of an entry that no ValueType of the call governs: the leaf's
@@ -107,7 +123,7 @@ std::vector<PrefetchedLeaf> prefetchedLeaves(
 // come from this very call. A Value that may take state names learns here
 // whether its node has states, and which.
 void resolveStoredTarget(toolkit::CCds& cds, WriteEntry& entry,
-                         const std::vector<PrefetchedLeaf>& prefetched) {
+                         const PrefetchedLeaves& prefetched) {
   WriteTarget& target = entry.target;
   const std::string& node = entry.path.getNodePath();
   const int code = attributeCode(entry.path);
@@ -132,7 +148,7 @@ void resolveStoredTarget(toolkit::CCds& cds, WriteEntry& entry,
 }
 
 void resolveTarget(toolkit::CCds& cds, WriteEntry& entry,
-                   const std::vector<PrefetchedLeaf>& prefetched) {
+                   const PrefetchedLeaves& prefetched) {
   if (entry.target.type == PCD_TYPE_NONE) {
     resolveStoredTarget(cds, entry, prefetched);
   } else if (entry.target.stateNames) {
@@ -144,7 +160,7 @@ void resolveTarget(toolkit::CCds& cds, WriteEntry& entry,
 
 void convertEntries(toolkit::CCds& cds, const ServiceOptions& options,
                     std::vector<WriteEntry>& entries) {
-  const std::vector<PrefetchedLeaf> prefetched = prefetchedLeaves(entries);
+  const PrefetchedLeaves prefetched = prefetchedLeaves(entries);
   for (WriteEntry& entry : entries) {
     if (!entry.store) continue;
     resolveTarget(cds, entry, prefetched);

@@ -230,7 +230,7 @@ class LookupValueType : public ServiceTest {
     ASSERT_EQ(API_STATUS_OK, status);
   }
   data_type_t Lookup(const std::string& node,
-                     const std::vector<PrefetchedLeaf>* prefetched) {
+                     const PrefetchedLeaves* prefetched) {
     possible_ = "untouched";
     return lookupValueType(ctx_->cds, node, prefetched, possible_, enumerated_);
   }
@@ -259,11 +259,11 @@ TEST_F(LookupValueType, ShortOrMissingTypeIsText) {
 }
 
 TEST_F(LookupValueType, PrefetchedEntriesComeFirst) {
-  const std::vector<PrefetchedLeaf> prefetched = {
+  const PrefetchedLeaves prefetched({
       {"/Dev/R/ValueType", "Multistate"},
       {"/Dev/R/PossibleValues", "Low;High"},
       {"/Dev/M/PossibleValues", "A;B;C"},
-  };
+  });
   EXPECT_EQ(PCD_TYPE_INT, Lookup("/Dev/R", &prefetched));
   EXPECT_TRUE(enumerated_);
   EXPECT_EQ("Low;High", possible_);
