@@ -7,6 +7,7 @@
 #include <exception>
 
 #include "common/log.h"
+#include "contract/tracked_blocks.h"
 #include "host/engine_setup.h"
 
 // Generated from the contract: dispatch by the body's first element.
@@ -21,6 +22,7 @@ namespace {
 const int kLastFaultCode = 999;
 
 int releaseRequestMemory(struct soap* soap) {
+  endAbandonedBlocks(soap);  // before the engine frees them without care
   soap_destroy(soap);
   soap_end(soap);
   return 0;
