@@ -15,6 +15,7 @@ namespace {
 
 // The daemon serves one request at a time on one thread.
 size_t g_bytesSent = 0;
+InputGuard g_inputGuard;
 
 FCGX_Request* currentRequest(struct soap* soap) {
   ServiceContext* ctx = serviceContext(soap);
@@ -35,8 +36,9 @@ size_t fcgiReceive(struct soap* soap, char* buffer, size_t length) {
       length == 0) {
     return 0;
   }
+  if (g_inputGuard.refused()) return 0;
   int got = FCGX_GetStr(buffer, clampLength(length), request->in);
-  return got > 0 ? static_cast<size_t>(got) : 0;
+  return got > 0 ? g_inputGuard.admit(buffer, static_cast<size_t>(got)) : 0;
 }
 
 int fcgiSend(struct soap* soap, const char* data, size_t length) {
@@ -60,7 +62,13 @@ void installFcgiHooks(struct soap* soap) {
   soap->fsend = fcgiSend;
 }
 
+void beginFcgiRequest() {
+  g_bytesSent = 0;
+  g_inputGuard.reset();
+}
+
 size_t fcgiBytesSent() { return g_bytesSent; }
-void resetFcgiBytesSent() { g_bytesSent = 0; }
+
+const InputGuard& fcgiInputGuard() { return g_inputGuard; }
 
 }  // namespace wsgated

@@ -97,8 +97,8 @@ int serveFastCgiRequest(ServiceContext* ctx, struct soap* soap,
   if (FCGX_Accept_r(request) < 0) return -1;
   ctx->caller = readCaller(request, firstRequest);
   setupRequestContext(ctx);
-  resetFcgiBytesSent();
-  serveSoapMessage(soap);
+  beginFcgiRequest();
+  serveSoapMessage(soap, fcgiInputGuard());
   if (fcgiBytesSent() == 0) {
     FCGX_PutStr(kNoReply, static_cast<int>(sizeof kNoReply - 1), request->out);
   }

@@ -37,22 +37,34 @@ int parseAndDispatch(struct soap* soap) {
   return SOAP_OK;
 }
 
+// The fault for a failed message: the guard's reason when the guard
+// stopped it (a client fault), else the engine's own.
+void sendFault(struct soap* soap, const InputGuard& guard) {
+  if (guard.refused()) {
+    logError(kLogAlways, "Refused the request: %s", guard.refusal().c_str());
+    soap_sender_fault(soap, guard.refusal().c_str(), nullptr);
+  }
+  soap_send_fault(soap);
+}
+
 }  // namespace
 
-int serveSoapMessage(struct soap* soap) {
+int serveSoapMessage(struct soap* soap, const InputGuard& guard) {
   try {
     soap_begin(soap);
     useAuthenticationRealm(soap);  // soap_begin clears it
     if (soap_begin_recv(soap)) {
       logError(kLogAlways, "Failed on soap_begin_recv, soap->error = 0x%X; ",
                static_cast<unsigned>(soap->error));
-      if (soap->error <= kLastFaultCode) soap_send_fault(soap);
+      if (soap->error <= kLastFaultCode || guard.refused()) {
+        sendFault(soap, guard);
+      }
       soap_closesock(soap);
       return releaseRequestMemory(soap);
     }
     if (parseAndDispatch(soap) != SOAP_OK) {
       logError(kLogAlways, "Failed in soap processing; ");
-      soap_send_fault(soap);
+      sendFault(soap, guard);
     }
     return releaseRequestMemory(soap);
   } catch (const std::exception& e) {

@@ -9,12 +9,16 @@
 
 struct soap;
 
+#include "host/input_guard.h"
+
 namespace wsgated {
 
 // Parse the request on the engine's input, dispatch it and send the
 // response or a fault. Always returns 0: failures are logged and answered.
-// The engine's per-request memory is released before returning.
-int serveSoapMessage(struct soap* soap);
+// A message that `guard` stopped is answered with HTTP 400 and the
+// guard's reason. The engine's per-request memory is released before
+// returning.
+int serveSoapMessage(struct soap* soap, const InputGuard& guard);
 
 }  // namespace wsgated
 
