@@ -72,7 +72,17 @@ void applyPrecision(const std::string& token, ServiceOptions& options) {
   if (value > 0) options.precision = value;
 }
 
-void applyToken(const std::string& token, ServiceOptions& options) {
+// Unknown tokens are logged one line each up to this many per call, then
+// counted in one line: a 4 MiB options text of unknown tokens wrote 2.1
+// million lines and held the daemon for a minute.
+constexpr int kUnknownOptionsLogged = 10;
+
+// What one call's options text may take of the daemon: longer texts are
+// parsed up to here (no client's options come near it).
+constexpr size_t kMaxOptionsLength = 64 * 1024;
+
+// Returns false for a token that is not a known option.
+bool applyToken(const std::string& token, ServiceOptions& options) {
   switch (keyOfToken(token)) {
     case kReadback:
       options.readback = booleanValue(token);
@@ -102,11 +112,18 @@ void applyToken(const std::string& token, ServiceOptions& options) {
       options.persist = booleanValue(token);
       break;
     case kUnknownOption:
-      // Never an error: clients send options of later protocol versions.
-      logNotice(kLogActivity,
-                "An Unrecognized service option in the request: %s",
-                token.c_str());
-      break;
+      return false;
+  }
+  return true;
+}
+
+// Unknown tokens are never an error: clients send options of later
+// protocol versions. They are logged, within a bound.
+void logUnknownOption(const std::string& token, int unknownSoFar) {
+  if (unknownSoFar <= kUnknownOptionsLogged) {
+    logNotice(kLogActivity,
+              "An Unrecognized service option in the request: %s",
+              token.c_str());
   }
 }
 
@@ -181,10 +198,19 @@ void parseServiceOptions(ServiceContext* context,
                          ServiceOptions& options) {
   resetOptions(context, options);
   if (optionsText == nullptr || optionsText->empty()) return;
+  if (optionsText->size() > kMaxOptionsLength) {
+    logNotice(kLogActivity, "Service options of %zu bytes: only the first %zu "
+              "are read", optionsText->size(), kMaxOptionsLength);
+  }
   // Tokens are not trimmed: " readback" is an unknown option.
-  for (const std::string& token :
-       toolkit::CElement::split_string(*optionsText, ';')) {
-    applyToken(token, options);
+  int unknown = 0;
+  for (const std::string& token : toolkit::CElement::split_string(
+           optionsText->substr(0, kMaxOptionsLength), ';')) {
+    if (!applyToken(token, options)) logUnknownOption(token, ++unknown);
+  }
+  if (unknown > kUnknownOptionsLogged) {
+    logNotice(kLogActivity, "... and %d more unrecognized service options",
+              unknown - kUnknownOptionsLogged);
   }
   if (!options.locale.empty() && options.localeSupport) {
     resolveLocale(context, options);
