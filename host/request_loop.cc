@@ -67,10 +67,26 @@ std::string exportParam(FCGX_Request* request, const char* name) {
   return std::string(value).substr(0, kMaxIdentity);
 }
 
+// Request variables whose values are credentials: the dump names them but
+// never shows their values, whatever the web server forwards.
+const char* const kSecretVariables[] = {"HTTP_AUTHORIZATION=",
+                                        "HTTP_PROXY_AUTHORIZATION=",
+                                        "HTTP_COOKIE="};
+
+// One variable ("NAME=value") as the dump shows it.
+std::string shownVariable(const char* entry) {
+  for (const char* secret : kSecretVariables) {
+    if (strncmp(entry, secret, strlen(secret)) == 0) {
+      return std::string(secret) + "(redacted)";
+    }
+  }
+  return entry;
+}
+
 void logEnvironment(FCGX_Request* request) {
   if (!logEnabled(kLogDump) || request->envp == nullptr) return;
   for (char** entry = request->envp; *entry != nullptr; ++entry) {
-    logInfo(kLogDump, "Received envp[] = %s", *entry);
+    logInfo(kLogDump, "Received envp[] = %s", shownVariable(*entry).c_str());
   }
 }
 

@@ -102,7 +102,9 @@ CSysLog::CSysLog(const char* ident, int level_in, bool perror, bool pid,
   openlog(ident_.c_str(), options, LOG_DAEMON);
   const char* file = log_file ? log_file : getenv("TOOLKIT_LOG_FILE");
   if (file && *file) {
-    file_fd_ = open(file, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    // Readable by its owner and group only: requests leave user names and
+    // addresses in the log.
+    file_fd_ = open(file, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0640);
     if (file_fd_ < 0) {
       syslog(LOG_WARNING, "cannot open log file %s: %s", file, strerror(errno));
     }
