@@ -5,10 +5,13 @@
 #include <cxxabi.h>
 #include <execinfo.h>
 #include <syslog.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
+#include "platform/syslog.h"
 
 namespace wsgated {
 
@@ -31,9 +34,56 @@ void onTermination(int signalNumber) {
   }
 }
 
+// Names of the fault signals for the handler, which may not call
+// strsignal (it may allocate).
+const char* crashSignalName(int signalNumber) {
+  switch (signalNumber) {
+    case SIGQUIT: return "SIGQUIT";
+    case SIGILL: return "SIGILL";
+    case SIGTRAP: return "SIGTRAP";
+    case SIGABRT: return "SIGABRT";
+    case SIGBUS: return "SIGBUS";
+    case SIGFPE: return "SIGFPE";
+    case SIGSEGV: return "SIGSEGV";
+    case SIGSTKFLT: return "SIGSTKFLT";
+    default: return "signal";
+  }
+}
+
+void writeText(int fd, const char* text) {
+  size_t length = strlen(text);
+  while (length > 0) {
+    const ssize_t written = write(fd, text, length);
+    if (written <= 0) return;
+    text += written;
+    length -= static_cast<size_t>(written);
+  }
+}
+
+// The raw frames, with async-signal-safe calls only, to `fd`: whatever the
+// fault broke (the heap, stdio's locks), this part reaches the file.
+void writeRawBackTrace(int fd, const char* signalName) {
+  if (fd < 0) return;
+  void* frames[kMaxFrames];
+  const int count = backtrace(frames, kMaxFrames);
+  writeText(fd, "###### BACK TRACE START (");
+  writeText(fd, signalName);
+  writeText(fd, ") ######\n");
+  backtrace_symbols_fd(frames, count, fd);
+  writeText(fd, "###### BACK TRACE END (");
+  writeText(fd, signalName);
+  writeText(fd, ") ######\n");
+}
+
 void onCrash(int signalNumber, siginfo_t*, void*) {
-  writeBackTrace(strsignal(signalNumber));
-  exit(signalNumber);
+  const char* name = crashSignalName(signalNumber);
+  toolkit::CSysLog* log = toolkit::g_syslog;
+  writeRawBackTrace(log != nullptr ? log->file_descriptor() : -1, name);
+  writeRawBackTrace(STDERR_FILENO, name);
+  // Then the demangled form, to standard error and syslog(3): more
+  // readable, but it allocates, so it comes last.
+  writeBackTrace(name);
+  _exit(signalNumber);
 }
 
 void setDisposition(int signalNumber, void (*handler)(int)) {
@@ -89,6 +139,10 @@ void installTerminationHandler() {
 }
 
 void installCrashHandler() {
+  // backtrace() loads its unwinder on first use, which allocates: do it now
+  // rather than inside the handler.
+  void* frame = nullptr;
+  backtrace(&frame, 1);
   // Blocked while being replaced, so a fault between two sigaction calls
   // cannot reach a half-installed set.
   sigset_t blocked;

@@ -2,8 +2,10 @@
 //
 // Orderly termination (SIGHUP, SIGINT, SIGTERM) only sets a flag that the
 // request loop reads between requests, so a request is never cut in half.
-// Fault signals write a back trace to standard error and the system log and
-// end the process with the signal number as its exit status. SIGQUIT is
+// Fault signals write a back trace to the daemon's log file and standard
+// error (async-signal-safe calls only), then a demangled one to standard
+// error and the system log, and end the process with the signal number as
+// its exit status. SIGQUIT is
 // installed by both; the crash handler comes second and wins, so SIGQUIT
 // leaves a back trace of a hung daemon.
 

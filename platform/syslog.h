@@ -48,6 +48,11 @@ class CSysLog {
 
   bool enabled(int message_level) const { return level >= message_level; }
 
+  // The extra log file's descriptor, -1 without one. A crash handler
+  // writes its back trace there with write(2), which is safe in a signal
+  // handler where the calls above are not.
+  int file_descriptor() const { return file_fd_; }
+
   // One line at syslog `priority` from a va_list; not gated (the callers
   // above, and wrappers of their own, check enabled() first).
   void vlog(int priority, const char* format, va_list args);
