@@ -1,7 +1,10 @@
 #!/usr/bin/env bash
-# Configures and builds into ./build (or $BUILD_DIR).
+# Configures and builds into ./build (or $BUILD_DIR); CMAKE_EXTRA_ARGS are
+# passed to the configuration (scripts/test.sh --sanitize uses it).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build_dir=${BUILD_DIR:-build}
-cmake -S . -B "$build_dir" -DCMAKE_BUILD_TYPE=${BUILD_TYPE:-RelWithDebInfo} >/dev/null
+# shellcheck disable=SC2086
+cmake -S . -B "$build_dir" -DCMAKE_BUILD_TYPE=${BUILD_TYPE:-RelWithDebInfo} \
+  ${CMAKE_EXTRA_ARGS:-} >/dev/null
 cmake --build "$build_dir" -j"$(nproc)"

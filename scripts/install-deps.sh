@@ -13,6 +13,9 @@ packages=(
   openssl
   python3 python3-zeep python3-lxml
   wrk curl procps tzdata
+  # the fuzzers (scripts/fuzz.sh): clang and its fuzzer runtime, which
+  # clang only recommends
+  clang libclang-rt-14-dev
 )
 
 missing=()

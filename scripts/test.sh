@@ -1,8 +1,35 @@
 #!/usr/bin/env bash
-# Runs every test: installs what is missing, builds, runs ctest.
+# Runs every test: installs what is missing, builds, runs ctest (unit and
+# end-to-end tests), then a short run of every fuzzer (scripts/fuzz.sh).
+#
+#   bash scripts/test.sh              all of it
+#   bash scripts/test.sh --sanitize   the unit and end-to-end tests built
+#                                     with AddressSanitizer and
+#                                     UndefinedBehaviorSanitizer (leaks
+#                                     included) in ./build-sanitize; no
+#                                     fuzzing (the fuzzers always run
+#                                     with both)
+#
+# Further arguments go to ctest (for example -R e2e or -L platform).
 set -euo pipefail
 cd "$(dirname "$0")/.."
+sanitize=false
+if [ "${1:-}" = --sanitize ]; then
+  sanitize=true
+  shift
+fi
 bash scripts/install-deps.sh
+if $sanitize; then
+  export BUILD_DIR=${BUILD_DIR:-build-sanitize}
+  export CMAKE_EXTRA_ARGS="-DWSGATED_SANITIZE=ON"
+  # Leaks and undefined behaviour end the program with a report; gSOAP's
+  # and libfcgi's own allocations at exit are not ours to fix.
+  export ASAN_OPTIONS=detect_leaks=1:abort_on_error=0:suppressions=$PWD/scripts/lsan.supp
+  export LSAN_OPTIONS=suppressions=$PWD/scripts/lsan.supp
+  export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+fi
 bash scripts/build.sh
-cd "${BUILD_DIR:-build}"
-ctest --output-on-failure -j"$(nproc)" "$@"
+(cd "${BUILD_DIR:-build}" && ctest --output-on-failure -j"$(nproc)" "$@")
+if ! $sanitize && [ $# -eq 0 ]; then
+  bash scripts/fuzz.sh
+fi
