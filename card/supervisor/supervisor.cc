@@ -221,6 +221,10 @@ void Supervisor::judge(toolkit::CCds& store,
     view.childFailed = program.childFailed;
     view.hadRow = program.hadRow || !live.empty();
     view.rows = live;
+    if (!program.hadRow && view.hadRow) {
+      logInfo(kLogActivity, "%s registered its watchdog row: pid %s",
+              program.spec.name.c_str(), pidList(program.pids).c_str());
+    }
     program.hadRow = view.hadRow;
     running.push_back(&program);
     views.push_back(view);
