@@ -1,9 +1,9 @@
 // The options every card process takes, and the readers its own use.
 //
 //   --store PATH             the data store; default TOOLKIT_CDS_PATH, else
-//                            the platform's default. The process exports it
-//                            as TOOLKIT_CDS_PATH, so what it starts uses the
-//                            same store.
+//                            the platform's default. The process exports it,
+//                            made absolute, as TOOLKIT_CDS_PATH, so what it
+//                            starts uses the same store.
 //   --log-file PATH          also append every log line to PATH; default
 //                            TOOLKIT_LOG_FILE (process_log.h)
 //   -D LEVEL                 verbosity 0..9 (common/log.h); default 0

@@ -2,6 +2,8 @@
 
 #include "card/common/card_process.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -15,38 +17,44 @@ namespace wsgated {
 
 namespace {
 
-void printUsage(FILE* out, const std::string& name,
+void printUsage(FILE* out, const std::string& program,
                 const Companion& companion) {
-  fprintf(out, "Usage: %s [options]\n%s%s", name.c_str(), cardOptionsUsage(),
+  fprintf(out, "Usage: %s [options]\n%s%s", program.c_str(), cardOptionsUsage(),
           companion.usage().c_str());
 }
 
 // Returns -1 to go on, else the exit status.
-int readOptions(const std::string& name, int argc, char** argv,
-                Companion* companion, CardOptions* options) {
+int readOptions(int argc, char** argv, Companion* companion,
+                CardOptions* options) {
+  const std::string file = argc > 0 ? argv[0] : "?";
+  const std::string program = file.substr(file.rfind('/') + 1);
   const std::vector<std::string> args(argv + std::min(argc, 1), argv + argc);
   std::vector<std::string> rest;
   std::string error;
   const OptionsOutcome outcome = parseCardOptions(args, options, &rest, &error);
   if (outcome == OptionsOutcome::kHelp) {
-    printUsage(stdout, name, *companion);
+    printUsage(stdout, program, *companion);
     return 0;
   }
   if (outcome == OptionsOutcome::kRun && companion->configure(rest, &error)) {
     return -1;
   }
-  fprintf(stderr, "%s: %s\n", name.c_str(), error.c_str());
-  printUsage(stderr, name, *companion);
+  fprintf(stderr, "%s: %s\n", program.c_str(), error.c_str());
+  printUsage(stderr, program, *companion);
   return 1;
 }
 
 // The store and log file named on the command line, else in the
-// environment; the store is exported for what this process starts.
+// environment. The store is exported, absolute, for what this process
+// starts: a program that daemonises works in "/".
 void resolvePaths(CardOptions* options) {
-  if (!options->storePath.empty()) {
-    setenv("TOOLKIT_CDS_PATH", options->storePath.c_str(), 1);
+  if (options->storePath.empty()) options->storePath = pcd_default_path();
+  if (options->storePath[0] != '/') {
+    char* cwd = getcwd(nullptr, 0);
+    if (cwd != nullptr) options->storePath = cwd + ("/" + options->storePath);
+    free(cwd);
   }
-  options->storePath = pcd_default_path();
+  setenv("TOOLKIT_CDS_PATH", options->storePath.c_str(), 1);
   const char* logFile = getenv("TOOLKIT_LOG_FILE");
   if (options->logFile.empty() && logFile != nullptr) {
     options->logFile = logFile;
@@ -64,7 +72,7 @@ CardProcess::CardProcess(const std::string& name, Companion* companion)
     : name_(name), companion_(companion) {}
 
 int CardProcess::run(int argc, char** argv) {
-  const int status = readOptions(name_, argc, argv, companion_, &options_);
+  const int status = readOptions(argc, argv, companion_, &options_);
   if (status >= 0) return status;
   installCardSignals();
   resolvePaths(&options_);

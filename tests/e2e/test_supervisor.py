@@ -151,6 +151,9 @@ class SupervisorTest(unittest.TestCase):
             daemon = stack.daemon_pid
             with open(stack.pid_file) as f:
                 self.assertEqual(stack.supervisor.pid, int(f.read()))
+            # Its log names users, paths and pids: owner and group only.
+            self.assertEqual(0o640, os.stat(stack.supervisor_log).st_mode
+                             & 0o777)
             self.assertEqual(0, stack.stop_daemon())
             self.assertFalse(harness.pid_alive(daemon))
             self.assertEqual([], stack.rows())
