@@ -2,7 +2,8 @@
 # Brings the project up on this machine: installs what is missing, builds,
 # creates a sample data store from deploy/seed/sample-device.seed, and
 # serves it: a private nginx on 127.0.0.1 (HTTP and HTTPS) in front of
-# wsgated, started by scripts/serve.sh. Ends by calling the service once.
+# wsgated, which wsgated-supervisor runs and restarts when it hangs or
+# dies; scripts/serve.sh starts them. Ends by calling the service once.
 #
 # Re-runnable: a demo left running by an earlier run is stopped first
 # (scripts/stop.sh, by its recorded pids), because the store it has open
@@ -62,7 +63,7 @@ show_store() {
 }
 
 serve() {
-  step "starting nginx and wsgated on 127.0.0.1"
+  step "starting nginx, and wsgated under its supervisor, on 127.0.0.1"
   bash scripts/serve.sh
 }
 
@@ -104,8 +105,8 @@ wait_for_endpoint() {
     fi
     sleep 0.1
   done
-  echo "run: $endpoint does not answer; see $run_dir/wsgated.log and" \
-       "$run_dir/nginx/logs/error.log" >&2
+  echo "run: $endpoint does not answer; see $run_dir/wsgated.log," \
+       "$run_dir/supervisor.log and $run_dir/nginx/logs/error.log" >&2
   exit 1
 }
 
@@ -146,7 +147,8 @@ run_example() {
 print_stop() {
   cat <<INFO
 
-The daemon's log is $run_dir/wsgated.log; nginx's logs are in $run_dir/nginx/logs.
+The daemon's log is $run_dir/wsgated.log, its supervisor's
+$run_dir/supervisor.log; nginx's logs are in $run_dir/nginx/logs.
 Point the tools at the store with:
   export TOOLKIT_CDS_PATH=$store
   $cdsctl show /Devices/UPS1

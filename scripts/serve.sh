@@ -1,12 +1,15 @@
 #!/usr/bin/env bash
 # Starts a private nginx on 127.0.0.1:$WSGATED_PORT (default 8080, HTTP)
 # and 127.0.0.1:$WSGATED_TLS_PORT (default 8443, HTTPS with a self-signed
-# certificate) and wsgated in the background against the sample store
-# ./.run/cds.db (made by scripts/run.sh). Everything lives under ./.run;
-# scripts/stop.sh stops both by the pids recorded there.
+# certificate), then wsgated-supervisor in the background, which starts
+# wsgated against the sample store ./.run/cds.db (made by scripts/run.sh)
+# and restarts it when it hangs or dies (docs/card.md). Everything lives
+# under ./.run; scripts/stop.sh stops the supervisor (and with it the
+# daemon) and nginx by the pids recorded there.
 #
 # Environment: BUILD_DIR (./build), RUN_DIR (./.run), WSGATED_PORT (8080),
-# WSGATED_TLS_PORT (8443), WSGATED_REBOOT_CMD (a missing file: no reboot).
+# WSGATED_TLS_PORT (8443), WSGATED_REBOOT_CMD (a missing file: no reboot),
+# WSGATED_WATCHDOG_S (the daemon's watchdog period, 90).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -55,15 +58,47 @@ export TOOLKIT_LOG_FILE=$run_dir/wsgated.log
 # WSGATED_REBOOT_CMD yourself to try the reboot sequence with a harmless
 # program of your own.
 export WSGATED_REBOOT_CMD=${WSGATED_REBOOT_CMD:-$run_dir/reboot-is-disabled-in-the-demo}
-"$build_dir/host/wsgated" -D 2
-# The daemon records its pid with its watchdog registration.
+cdsctl=$build_dir/tools/cdsctl/cdsctl
+pid_file=$run_dir/supervisor.pid
+rm -f "$pid_file"
+
+# One word of the supervisor's command syntax: single-quoted, a quote in
+# it written '\'' as in a shell.
+quote_word() {  # word
+  printf "'%s'" "$(printf '%s' "$1" | sed "s/'/'\\\\''/g")"
+}
+# Its own session: a terminal's hang-up must not stop the demo. Its log is
+# supervisor.log; supervisor.out takes what it and the daemon write on
+# standard error (an exec that failed, a second daemon refused).
+setsid "$build_dir/card/supervisor/wsgated-supervisor" --store "$store" \
+  --log-file "$run_dir/supervisor.log" -D 2 --pid-file "$pid_file" \
+  --program "wsgated=$(quote_word "$build_dir/host/wsgated") -D 2" \
+  < /dev/null > "$run_dir/supervisor.out" 2>&1 &
+
+# The daemon records its pid with its watchdog registration; the socket
+# answers a moment later (scripts/run.sh waits for the endpoint).
+daemon_pid() {
+  local candidate
+  for candidate in $("$cdsctl" --store "$store" watchdogs 2>/dev/null |
+                     awk -F'\t' '$1 == "wsgated" { split($2, p, " "); print p[2] }'); do
+    if kill -0 "$candidate" 2>/dev/null; then
+      echo "$candidate"
+      return
+    fi
+  done
+}
+pid=""
 for _ in $(seq 100); do
-  pid=$("$build_dir/tools/cdsctl/cdsctl" --store "$store" watchdogs |
-        awk -F'\t' '$1 == "wsgated" { split($2, p, " "); print p[2] }')
+  pid=$(daemon_pid)
   [ -n "$pid" ] && break
   sleep 0.1
 done
-echo "${pid:?wsgated did not start; see $TOOLKIT_LOG_FILE}" > "$run_dir/wsgated.pid"
-echo "wsgated (pid $pid) behind nginx at http://127.0.0.1:$port/wsgated" \
+[ -n "$pid" ] || {
+  echo "serve: wsgated did not start; see $run_dir/supervisor.log," \
+       "$run_dir/supervisor.out and $TOOLKIT_LOG_FILE" >&2
+  exit 1
+}
+echo "wsgated (pid $pid, supervised by wsgated-supervisor pid" \
+     "$(cat "$pid_file")) behind nginx at http://127.0.0.1:$port/wsgated" \
      "and https://127.0.0.1:$tls_port/wsgated"
 echo "WSDL: http://127.0.0.1:$port/wsgated?wsdl   users: deploy/nginx/demo-users"

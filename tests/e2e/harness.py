@@ -55,8 +55,9 @@ def free_port():
         return s.getsockname()[1]
 
 
-def wait_until(predicate, what):
-    deadline = time.monotonic() + START_LIMIT_S
+def wait_until(predicate, what, limit_s=START_LIMIT_S):
+    """Polls `predicate`; `limit_s` is a hang guard, never a measurement."""
+    deadline = time.monotonic() + limit_s
     while time.monotonic() < deadline:
         if predicate():
             return
