@@ -117,7 +117,10 @@ int CCds::watchdog_register(api_status_t& status, const std::string& name,
       return result;
     }
     handle->watchdog_notify = notify;
-    if (notify) notify_systemd("READY=1");
+    // MAINPID: a daemon that forked is not the process systemd started.
+    if (notify) {
+      notify_systemd(("READY=1\nMAINPID=" + std::to_string(getpid())).c_str());
+    }
     return API_STATUS_OK;
   });
 }
@@ -174,8 +177,7 @@ int cds_watchdogs_read(pcd_handle_t handle, std::vector<CdsWatchdog>& out) {
   }
 }
 
-int cds_watchdog_remove(pcd_handle_t handle, const std::string& name,
-                        int pid) {
+int cds_watchdog_remove(pcd_handle_t handle, const std::string& name, int pid) {
   try {
     if (handle == nullptr) return -1;
     toolkit::store::StmtScope s(handle, toolkit::store::kStmtRemoveWatchdog);

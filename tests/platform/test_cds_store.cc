@@ -112,8 +112,8 @@ TEST(CdsOpenTest, ClosedHandleFailsEveryCall) {
   element_property_t property;
   EXPECT_NE(0, cds.get_leaf("/A", status, element, property));
   EXPECT_EQ(API_STATUS_NOT_OPEN, status);
-  EXPECT_NE(0, cds.set_leaf("/A", CElement(1), status, PCD_TRIBOOL_UNKNOWN,
-                            "test"));
+  EXPECT_NE(
+      0, cds.set_leaf("/A", CElement(1), status, PCD_TRIBOOL_UNKNOWN, "test"));
   EXPECT_EQ(API_STATUS_NOT_OPEN, status);
   std::vector<api_status_t> statuses;
   std::vector<CElement> elements;
@@ -349,8 +349,8 @@ TEST_F(CdsStoreTest, ReadOnlyHandleRefusesTreeWrites) {
   EXPECT_NE(0, cds_->clear_leaf("/P:Value", status, "test"));
   EXPECT_NE(0, cds_->increment_leaf("/P/Value", 1, status, nullptr, "test"));
   std::vector<api_status_t> statuses;
-  EXPECT_NE(0, cds_->set_leaves({"/P/Value"}, {CElement(3)}, {}, statuses,
-                                "test"));
+  EXPECT_NE(
+      0, cds_->set_leaves({"/P/Value"}, {CElement(3)}, {}, statuses, "test"));
   EXPECT_EQ(API_STATUS_READ_ONLY, statuses[0]);
   std::vector<toolkit::CEvent> events(1);
   EXPECT_NE(0, cds_->events_send(events, statuses));
@@ -367,8 +367,8 @@ TEST_F(CdsStoreTest, SetLeavesIsAllOrNothing) {
   std::vector<api_status_t> statuses;
   ASSERT_EQ(0, cds_->set_leaves(
                    {"/P/Value", "/Missing/Value", "/P/Units", "/P/Children"},
-                   {CElement(2), CElement(3), CElement("V"), CElement("x")},
-                   {}, statuses, "test"));
+                   {CElement(2), CElement(3), CElement("V"), CElement("x")}, {},
+                   statuses, "test"));
   EXPECT_EQ(API_STATUS_ROLLED_BACK, statuses[0]);
   EXPECT_EQ(API_STATUS_NO_NODE, statuses[1]);
   EXPECT_EQ(API_STATUS_ROLLED_BACK, statuses[2]);
@@ -376,10 +376,9 @@ TEST_F(CdsStoreTest, SetLeavesIsAllOrNothing) {
   EXPECT_EQ(1, Get("/P/Value").to_int());
   EXPECT_EQ(API_STATUS_NO_ATTRIBUTE, Status("/P/Units"));
 
-  ASSERT_EQ(0, cds_->set_leaves({"/P/Value", "/P/Units"},
-                                {CElement(2), CElement("V")},
-                                {PCD_TRIBOOL_TRUE, PCD_TRIBOOL_UNKNOWN},
-                                statuses, "test"));
+  ASSERT_EQ(0, cds_->set_leaves(
+                   {"/P/Value", "/P/Units"}, {CElement(2), CElement("V")},
+                   {PCD_TRIBOOL_TRUE, PCD_TRIBOOL_UNKNOWN}, statuses, "test"));
   EXPECT_EQ(std::vector<api_status_t>(2, API_STATUS_OK), statuses);
   EXPECT_EQ(2, Get("/P/Value").to_int());
   EXPECT_EQ(PCD_PROP_PERSISTENT, Property("/P/Value"));
@@ -401,8 +400,8 @@ TEST_F(CdsStoreTest, GroupCommitsOrDiscardsEverything) {
   Set("/G/Value", CElement(1));
   // A failing call inside the group undoes only itself.
   std::vector<api_status_t> statuses;
-  cds_->set_leaves({"/G/Units", "/Missing/Value"},
-                   {CElement("V"), CElement(2)}, {}, statuses, "test");
+  cds_->set_leaves({"/G/Units", "/Missing/Value"}, {CElement("V"), CElement(2)},
+                   {}, statuses, "test");
   EXPECT_EQ(API_STATUS_ROLLED_BACK, statuses[0]);
   ASSERT_EQ(0, pcd_commit(cds_->handle));
   EXPECT_EQ(1, Get(*other, "/G/Value").to_int());
@@ -511,8 +510,7 @@ TEST_F(CdsStoreTest, LogsKeepOnlyTheNewestRows) {
   EXPECT_EQ("line " + std::to_string(kExtra), lines.front().message);
   std::vector<CdsQueuedEvent> queued;
   ASSERT_EQ(0, cds_events_read(cds_->handle, 0, 1 << 20, queued));
-  ASSERT_EQ(static_cast<size_t>(toolkit::store::kEventQueueCap),
-            queued.size());
+  ASSERT_EQ(static_cast<size_t>(toolkit::store::kEventQueueCap), queued.size());
   EXPECT_EQ(events[kExtra].queue_id, queued.front().queue_id);
   EXPECT_EQ(events.back().queue_id, queued.back().queue_id);
 }
@@ -526,8 +524,8 @@ class NotifySocket {
     memset(&address, 0, sizeof(address));
     address.sun_family = AF_UNIX;
     strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
-    bound_ = bind(fd_, reinterpret_cast<sockaddr*>(&address),
-                  sizeof(address)) == 0;
+    bound_ =
+        bind(fd_, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
   }
   ~NotifySocket() {
     close(fd_);
@@ -555,7 +553,7 @@ TEST_F(CdsStoreTest, WatchdogRowsAndSystemdNotices) {
   EXPECT_EQ(API_STATUS_NO_NODE, status);
 
   ASSERT_EQ(0, cds_->watchdog_register(status, "daemon", 90, true));
-  EXPECT_EQ("READY=1", systemd.Receive());
+  EXPECT_EQ("READY=1\nMAINPID=" + std::to_string(getpid()), systemd.Receive());
   std::vector<CdsWatchdog> rows;
   ASSERT_EQ(0, cds_watchdogs_read(cds_->handle, rows));
   ASSERT_EQ(1u, rows.size());
