@@ -4,9 +4,11 @@
 
 #include <fcgiapp.h>
 #include <stdsoap2.h>
+#include <fcntl.h>
 #include <sys/select.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
@@ -41,6 +43,12 @@ const char kNoReply[] =
 
 // FastCGI on descriptor 0: libfcgi's accept calls expect the listening
 // socket there, like a server started by a FastCGI process manager.
+//
+// The socket does not block: libfcgi goes back to accept() when a
+// connection closes without a request, and on a blocking socket it would
+// wait there for the next client, with no pings, no housekeeping and no
+// reaction to SIGTERM in between (one empty connection, such as another
+// daemon's check whether this one runs, was enough).
 int openListeningSocket() {
   if (FCGX_Init() < 0) return -1;
   const std::string path = fcgiSocketPath();
@@ -51,6 +59,7 @@ int openListeningSocket() {
     if (dup2(fd, 0) != 0) return -1;
     close(fd);
   }
+  if (fcntl(0, F_SETFL, fcntl(0, F_GETFL) | O_NONBLOCK) != 0) return -1;
   logInfo(kLogActivity, "FCGI app listening at socket %s [%d]", path.c_str(),
           0);
   return 0;
@@ -106,11 +115,19 @@ RequestCaller readCaller(FCGX_Request* request, bool firstRequest) {
   return caller;
 }
 
-// Accept and serve one request. Returns non-zero when accepting failed.
-int serveFastCgiRequest(ServiceContext* ctx, struct soap* soap,
-                        FCGX_Request* request, bool firstRequest) {
+enum class Accepted { kServed, kNoRequest, kFailed };
+
+// Accept and serve one request. A connection that brought no request is
+// no failure of the socket.
+Accepted serveFastCgiRequest(ServiceContext* ctx, struct soap* soap,
+                             FCGX_Request* request, bool firstRequest) {
   ctx->request = request;
-  if (FCGX_Accept_r(request) < 0) return -1;
+  const int accepted = FCGX_Accept_r(request);
+  if (accepted == -EAGAIN || accepted == -EWOULDBLOCK) {
+    logInfo(kLogActivity, "A connection closed without a request");
+    return Accepted::kNoRequest;
+  }
+  if (accepted < 0) return Accepted::kFailed;
   ctx->caller = readCaller(request, firstRequest);
   setupRequestContext(ctx);
   beginFcgiRequest();
@@ -122,7 +139,7 @@ int serveFastCgiRequest(ServiceContext* ctx, struct soap* soap,
   unsetenv("REMOTE_ADDR");
   ctx->caller = RequestCaller();
   FCGX_Finish_r(request);
-  return 0;
+  return Accepted::kServed;
 }
 
 void housekeeping(ServiceContext* ctx, bool background, time_t now) {
@@ -179,10 +196,12 @@ int runRequestLoop(struct soap* soap, bool background) {
     FD_SET(0, &readable);
     if (select(1, &readable, nullptr, nullptr, &timeout) < 0) continue;
     if (FD_ISSET(0, &readable)) {
-      if (serveFastCgiRequest(ctx, soap, &request, firstRequest) != 0) {
+      const Accepted accepted =
+          serveFastCgiRequest(ctx, soap, &request, firstRequest);
+      if (accepted == Accepted::kFailed) {
         return leaveOnAcceptFailure(soap, &request);
       }
-      firstRequest = false;
+      if (accepted == Accepted::kServed) firstRequest = false;
     }
     // select() leaves the unused part of the time-out: while requests keep
     // arriving, housekeeping still runs at least every 6 seconds.

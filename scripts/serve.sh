@@ -67,12 +67,22 @@ rm -f "$pid_file"
 quote_word() {  # word
   printf "'%s'" "$(printf '%s' "$1" | sed "s/'/'\\\\''/g")"
 }
+
+# The card's data files (deploy/paths.env), under the demo's run folder;
+# absolute, since the daemon works in "/" once it forks.
+WSGATED_DATA_DIR=$run_dir/data . deploy/paths.env
+mkdir -p "$WSGATED_LOG_DIR" "$WSGATED_WAVEFORM_DIR"
+daemon_paths="-h $(quote_word "$WSGATED_DELTA_LOG")"
+daemon_paths+=" -a $(quote_word "$WSGATED_EVENT_LOG")"
+daemon_paths+=" -s $(quote_word "$WSGATED_SYSTEM_LOG")"
+daemon_paths+=" -t $(quote_word "$WSGATED_TREND_LOG")"
+daemon_paths+=" -w $(quote_word "$WSGATED_WAVEFORM_DIR")"
 # Its own session: a terminal's hang-up must not stop the demo. Its log is
 # supervisor.log; supervisor.out takes what it and the daemon write on
 # standard error (an exec that failed, a second daemon refused).
 setsid "$build_dir/card/supervisor/wsgated-supervisor" --store "$store" \
   --log-file "$run_dir/supervisor.log" -D 2 --pid-file "$pid_file" \
-  --program "wsgated=$(quote_word "$build_dir/host/wsgated") -D 2" \
+  --program "wsgated=$(quote_word "$build_dir/host/wsgated") -D 2 $daemon_paths" \
   < /dev/null > "$run_dir/supervisor.out" 2>&1 &
 
 # The daemon records its pid with its watchdog registration; the socket

@@ -12,6 +12,7 @@ import fcntl
 import os
 import re
 import signal
+import socket
 import sqlite3
 import struct
 import subprocess
@@ -86,6 +87,19 @@ class Reliability(unittest.TestCase):
                 int(line.split("\t")[1].split()[1]) for line in
                 stack.cdsctl("watchdogs").stdout.splitlines()
                 if line.startswith("wsgated\t")])
+
+    def test_a_connection_without_a_request_leaves_the_daemon_awake(self):
+        with harness.Stack(daemon_args=("-D", "2"), background=True) as stack:
+            def last_ping():
+                return [line for line in
+                        stack.cdsctl("watchdogs").stdout.splitlines()
+                        if line.startswith("wsgated\t")]
+            with socket.socket(socket.AF_UNIX) as empty:
+                empty.connect(stack.socket)
+            before = last_ping()
+            harness.wait_until(lambda: last_ping() != before,
+                               "a ping after the empty connection")
+            self.assertEqual("Enabled", self.value(stack))
 
     def test_over_long_lists_leave_no_memory_behind(self):
         paths = "".join("<nsc1:string>/Devices/Meter1/SomeRatherLongPoint%d"
