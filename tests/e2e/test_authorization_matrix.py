@@ -18,7 +18,7 @@ The rules the table follows:
 import unittest
 
 import harness
-from soap_calls import Items, answer, body
+from core_calls import Answer, StringArray, request_body
 
 CALLERS = (None, "guest", "viewer", "operator", "admin")
 
@@ -37,7 +37,8 @@ CALLS = {
     "getValue": ("nsc1", "getValue", [("path", HOURS)], "15342"),
     "getValue (open point)": ("nsc1", "getValue",
                               [("path", "/Devices/UPS1/Load")], "41.2"),
-    "getValues": ("nsc1", "getValues", [("paths", Items([HOURS]))], "15342"),
+    "getValues": ("nsc1", "getValues", [("paths", StringArray([HOURS]))],
+                  "15342"),
     "getRelativeValues": ("nsc1", "getRelativeValues",
                           [("basePath", SERVICE + "/"),
                            ("paths", ["OperatingHours"])], "15342"),
@@ -72,11 +73,12 @@ CALLS = {
                 [("path", THRESHOLD + "/Units"), ("value", "percent")],
                 "percent"),
     "SetLeaves": ("nst1", "SetLeaves",
-                  [("paths", Items([THRESHOLD + ":Note"])),
-                   ("values", Items(["checked"]))], "checked"),
+                  [("paths", StringArray([THRESHOLD + ":Note"])),
+                   ("values", StringArray(["checked"]))], "checked"),
     "CreateNode": ("nst1", "CreateNode",
                    [("basePath", "/Devices/UPS1/Matrix/"),
-                    ("paths", Items(["Value"])), ("values", Items(["1"]))],
+                    ("paths", StringArray(["Value"])),
+                    ("values", StringArray(["1"]))],
                    "1"),
     "RemoveNode": ("nst1", "RemoveNode",
                    [("basePath", THRESHOLD + ":.RangeHigh")], None),
@@ -120,7 +122,7 @@ def outcome(reply, operation, witness):
     """The cell a reply falls in; anything unexpected is spelled out."""
     if reply.status == 401:
         return "401"
-    texts = answer(reply, operation)
+    texts = Answer(operation, reply).results
     if reply.status != 200 or texts is None:
         return "HTTP %d: %s" % (reply.status, reply.text[-200:])
     if witness is not None and witness in texts:
@@ -142,7 +144,7 @@ class AuthorizationMatrixTest(unittest.TestCase):
             # an Administrator's, made last.
             for label, cells in EXPECTED.items():
                 prefix, operation, fields, witness = CALLS[label]
-                request = body(prefix, operation, *fields)
+                request = request_body(operation, dict(fields), prefix)
                 for user, expected in zip(CALLERS, cells.split()):
                     seen = outcome(stack.soap(request, user=user), operation,
                                    witness and witness.format(user=user))
