@@ -3,9 +3,6 @@
 // and a store locked by another process answers BUSY instead of hanging.
 
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <functional>
@@ -13,80 +10,26 @@
 #include <vector>
 
 #include "platform/cds.h"
+#include "tests/platform/child_process.h"
 #include "tests/platform/temp_store.h"
 
 namespace {
 
+using testing_child::ChildProcess;
 using testing_store::StoreTest;
 using toolkit::CCds;
 using toolkit::CElement;
 
-// A forked child running `body` on its own connection to the store. It
-// reports progress by writing one byte per step into a pipe; the parent
-// stops it by its pid (a guard kills it if a test ends early).
-class Child {
- public:
-  // `body` gets the child's store and a function that reports one step;
-  // its return value is the child's exit status.
-  Child(const std::string& store,
-        std::function<int(CCds&, const std::function<void()>&)> body) {
-    int fds[2];
-    if (pipe(fds) != 0) return;
-    pid_ = fork();
-    if (pid_ == 0) {
-      close(fds[0]);
-      const int out = fds[1];
-      CCds cds(pcd_open(store.c_str()));
-      const auto step = [out] {
-        const char byte = 1;
-        if (write(out, &byte, 1) != 1) _exit(3);
-      };
-      _exit(cds.is_open() ? body(cds, step) : 2);
-    }
-    close(fds[1]);
-    progress_ = fds[0];
-  }
-  ~Child() {
-    if (pid_ > 0 && !reaped_) Kill();
-    if (progress_ >= 0) close(progress_);
-  }
-  Child(const Child&) = delete;
-  Child& operator=(const Child&) = delete;
+using Step = ChildProcess::Step;
 
-  bool started() const { return pid_ > 0; }
-  // Blocks until the child reported `steps` more steps; false when it
-  // ended first.
-  bool AwaitSteps(int steps) {
-    for (char byte; steps > 0; --steps) {
-      if (read(progress_, &byte, 1) != 1) return false;
-    }
-    return true;
-  }
-  int Wait() {
-    int status = 0;
-    waitpid(pid_, &status, 0);
-    reaped_ = true;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-  bool Finished() {
-    int status = 0;
-    if (waitpid(pid_, &status, WNOHANG) != pid_) return false;
-    reaped_ = true;
-    exit_code_ = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return true;
-  }
-  int exit_code() const { return exit_code_; }
-  void Kill() {
-    kill(pid_, SIGKILL);
-    Wait();
-  }
-
- private:
-  pid_t pid_ = -1;
-  int progress_ = -1;
-  bool reaped_ = false;
-  int exit_code_ = -1;
-};
+// A child's body run on the child's own connection to the store.
+using Body = std::function<int(CCds&, const Step&)>;
+std::function<int(const Step&)> OnStore(const std::string& store, Body body) {
+  return [store, body](const Step& step) {
+    CCds cds(pcd_open(store.c_str()));
+    return cds.is_open() ? body(cds, step) : 2;
+  };
+}
 
 class CdsProcessTest : public StoreTest {
  protected:
@@ -153,12 +96,12 @@ TEST_F(CdsProcessTest, ConcurrentWritersLoseAndTearNothing) {
   Set("/Shared/Value", CElement(0));
   const std::vector<std::string> pair = MakeLeaves("/Pair", 2);
   auto body = [&](int id) {
-    return [&, id](CCds& cds, const std::function<void()>&) {
+    return OnStore(store_.path(), [&, id](CCds& cds, const Step&) {
       return CountAndWritePairs(cds, id, kRounds, pair);
-    };
+    });
   };
-  Child first(store_.path(), body(1));
-  Child second(store_.path(), body(2));
+  ChildProcess first(body(1));
+  ChildProcess second(body(2));
   ASSERT_TRUE(first.started() && second.started());
   // Read the pair while both write it: it must never be half written.
   int reads = 0;
@@ -181,9 +124,7 @@ TEST_F(CdsProcessTest, KilledWriterLeavesAllOrNothing) {
   const std::vector<std::string> paths = MakeLeaves("/Bulk", 400);
   // One child writes with set_leaves, the other with a group of set_leaf
   // calls; each is killed while it keeps writing.
-  using Body = std::function<int(CCds&, const std::function<void()>&)>;
-  const Body with_set_leaves = [&](CCds& cds,
-                                   const std::function<void()>& step) {
+  const Body with_set_leaves = [&](CCds& cds, const Step& step) {
     for (int i = 1;; ++i) {
       std::vector<api_status_t> statuses;
       cds.set_leaves(paths, std::vector<CElement>(paths.size(), CElement(i)),
@@ -192,7 +133,7 @@ TEST_F(CdsProcessTest, KilledWriterLeavesAllOrNothing) {
     }
     return 0;
   };
-  const Body with_group = [&](CCds& cds, const std::function<void()>& step) {
+  const Body with_group = [&](CCds& cds, const Step& step) {
     for (int i = 1;; ++i) {
       pcd_begin(cds.handle);
       for (const std::string& path : paths) {
@@ -206,7 +147,7 @@ TEST_F(CdsProcessTest, KilledWriterLeavesAllOrNothing) {
   };
   for (const Body& body : {with_set_leaves, with_group}) {
     for (int round = 0; round < 3; ++round) {
-      Child writer(store_.path(), body);
+      ChildProcess writer(OnStore(store_.path(), body));
       ASSERT_TRUE(writer.started());
       ASSERT_TRUE(writer.AwaitSteps(2 + round));
       writer.Kill();
@@ -225,14 +166,14 @@ TEST_F(CdsProcessTest, LockedStoreAnswersBusyInsteadOfHanging) {
   unsetenv("TOOLKIT_CDS_BUSY_MS");
   ASSERT_TRUE(impatient->is_open());
 
-  Child locker(store_.path(), [](CCds& cds, const std::function<void()>& step) {
+  ChildProcess locker(OnStore(store_.path(), [](CCds& cds, const Step& step) {
     api_status_t status;
     if (pcd_begin(cds.handle) != 0) return 1;
     cds.set_leaf("/P/Value", CElement(99), status, PCD_TRIBOOL_UNKNOWN, "x");
     step();
     for (;;) pause();  // holds the write lock until killed
     return 0;
-  });
+  }));
   ASSERT_TRUE(locker.AwaitSteps(1));
 
   api_status_t status = API_STATUS_UNKNOWN;

@@ -3,11 +3,8 @@
 // retrieve fail fast, so that the caller's own retry rule applies.
 
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <fstream>
 #include <sstream>
@@ -15,6 +12,7 @@
 #include <vector>
 
 #include "platform/cds.h"
+#include "tests/platform/child_process.h"
 #include "tests/platform/temp_log.h"
 
 namespace {
@@ -138,24 +136,19 @@ TEST(LogOpen, LockedLogOpensAndRetrieveFailsFast) {
   ASSERT_EQ(0, pcd_log_append(writer, batch));
   pcd_log_close_writer(writer);
 
-  int ready[2];
-  ASSERT_EQ(0, pipe(ready));
-  const pid_t locker = fork();
-  if (locker == 0) {  // holds an exclusive lock until killed
-    sqlite3* db = nullptr;
-    const bool locked =
-        sqlite3_open(path.c_str(), &db) == SQLITE_OK &&
+  testing_child::ChildProcess locker([&](const auto& step) {
+    sqlite3* db = nullptr;  // holds an exclusive lock until killed
+    if (sqlite3_open(path.c_str(), &db) != SQLITE_OK ||
         sqlite3_exec(db,
                      "PRAGMA locking_mode = EXCLUSIVE; BEGIN EXCLUSIVE;"
                      "UPDATE meta SET value = value WHERE key = 'rows'",
-                     nullptr, nullptr, nullptr) == SQLITE_OK;
-    const char byte = locked ? 1 : 0;
-    if (write(ready[1], &byte, 1) != 1 || !locked) _exit(1);
+                     nullptr, nullptr, nullptr) != SQLITE_OK) {
+      return 1;
+    }
+    step();
     for (;;) pause();
-  }
-  char byte = 0;
-  ASSERT_EQ(1, read(ready[0], &byte, 1));
-  ASSERT_EQ(1, byte);
+  });
+  ASSERT_TRUE(locker.AwaitSteps(1));
 
   setenv("TOOLKIT_LOG_BUSY_MS", "100", 1);
   pcd_log_handle_t reader = nullptr;
@@ -170,14 +163,11 @@ TEST(LogOpen, LockedLogOpensAndRetrieveFailsFast) {
   alarm(0);
   EXPECT_TRUE(records.empty());
 
-  kill(locker, SIGKILL);
-  waitpid(locker, nullptr, 0);
+  locker.Kill();
   EXPECT_EQ(0, toolkit::CLog(reader).retrieve(records, nullptr, nullptr,
                                               nullptr, 0, false, false, 0));
   EXPECT_EQ(1u, records.size());  // the same handle, on the caller's retry
   pcd_log_close(reader);
-  close(ready[0]);
-  close(ready[1]);
 }
 
 }  // namespace
