@@ -42,68 +42,98 @@ timeval tv(time_t sec, suseconds_t usec) {
 }
 
 TEST(Element, Strtol32SaturatesLikeTheDevice) {
-  size_t end = 99;
-  EXPECT_EQ(pcd_strtol32("2147483647", &end), INT32_MAX);
-  EXPECT_EQ(end, 10u);
-  EXPECT_EQ(pcd_strtol32("2147483648", &end), INT32_MAX);
-  EXPECT_EQ(pcd_strtol32("99999999999999999999999", &end), INT32_MAX);
-  EXPECT_EQ(end, 23u);
-  EXPECT_EQ(pcd_strtol32("-2147483648", &end), INT32_MIN);
-  EXPECT_EQ(pcd_strtol32("-2147483649", &end), INT32_MIN);
-  EXPECT_EQ(pcd_strtol32("-99999999999", &end), INT32_MIN);
-  EXPECT_EQ(pcd_strtol32(" \t+42xyz", &end), 42);
-  EXPECT_EQ(end, 5u);
-  EXPECT_EQ(pcd_strtol32("-0", &end), 0);
-  EXPECT_EQ(end, 2u);
-  // No digit: nothing consumed, not even the blanks or the sign.
-  EXPECT_EQ(pcd_strtol32("  -x", &end), 0);
-  EXPECT_EQ(end, 0u);
-  EXPECT_EQ(pcd_strtol32("", &end), 0);
-  EXPECT_EQ(end, 0u);
-  EXPECT_EQ(pcd_strtol32(nullptr, &end), 0);
-  EXPECT_EQ(end, 0u);
+  const struct {
+    const char* text;
+    int32_t value;
+    size_t end;
+  } cases[] = {
+      {"2147483647", INT32_MAX, 10},
+      {"2147483648", INT32_MAX, 10},
+      {"99999999999999999999999", INT32_MAX, 23},
+      {"-2147483648", INT32_MIN, 11},
+      {"-2147483649", INT32_MIN, 11},
+      {" \t+42xyz", 42, 5},
+      {"-0", 0, 2},
+      // No digit: nothing consumed, not even the blanks or the sign.
+      {"  -x", 0, 0},
+      {"", 0, 0},
+      {nullptr, 0, 0},
+  };
+  for (const auto& c : cases) {
+    size_t end = 99;
+    EXPECT_EQ(pcd_strtol32(c.text, &end), c.value) << c.text;
+    EXPECT_EQ(end, c.end) << c.text;
+  }
   EXPECT_EQ(pcd_strtol32("7", nullptr), 7);
 }
 
-TEST(Element, TextToIntegerFollowsStrtol) {
-  EXPECT_EQ(convert("2147483647", PCD_TYPE_INT), "2147483647");
-  EXPECT_EQ(convert("2147483648", PCD_TYPE_INT), "2147483647");
-  EXPECT_EQ(convert("-99999999999", PCD_TYPE_INT), "-2147483648");
-  EXPECT_EQ(convert(" 5", PCD_TYPE_INT), "5");
-  EXPECT_EQ(convert("+5", PCD_TYPE_INT), "5");
-  EXPECT_EQ(convert("", PCD_TYPE_INT), "0");  // strtol's end is the end
-  EXPECT_EQ(convert("5 ", PCD_TYPE_INT), "FAIL");
-  EXPECT_EQ(convert("12x", PCD_TYPE_INT), "FAIL");
-  EXPECT_EQ(convert("1.5", PCD_TYPE_INT), "FAIL");
-  EXPECT_EQ(convert(" ", PCD_TYPE_INT), "FAIL");
-  EXPECT_EQ(convert("-", PCD_TYPE_INT), "FAIL");
-  EXPECT_EQ(convert("0x10", PCD_TYPE_INT), "FAIL");  // base 10 only
-}
-
-TEST(Element, TextToUnsignedRefusesNegativeAndSaturates) {
-  EXPECT_EQ(convert("4294967295", PCD_TYPE_UINT), "4294967295");
-  EXPECT_EQ(convert("4294967296", PCD_TYPE_UINT), "4294967295");
-  EXPECT_EQ(convert("99999999999999", PCD_TYPE_UINT), "4294967295");
-  EXPECT_EQ(convert("3000000000", PCD_TYPE_UINT), "3000000000");
-  EXPECT_EQ(convert("0", PCD_TYPE_UINT), "0");
-  EXPECT_EQ(convert("-0", PCD_TYPE_UINT), "0");
-  EXPECT_EQ(convert("-1", PCD_TYPE_UINT), "FAIL");
-  EXPECT_EQ(convert("1 ", PCD_TYPE_UINT), "FAIL");
-}
-
-TEST(Element, TextToRealFollowsStrtod) {
-  EXPECT_EQ(convert("1e308", PCD_TYPE_REAL), "1e+308");
-  EXPECT_EQ(convert("1e309", PCD_TYPE_REAL), "inf");  // the caller refuses
-  EXPECT_EQ(convert("inf", PCD_TYPE_REAL), "inf");
-  EXPECT_EQ(convert("-inf", PCD_TYPE_REAL), "-inf");
-  EXPECT_EQ(convert("nan", PCD_TYPE_REAL), "nan");
-  EXPECT_EQ(convert("-nan", PCD_TYPE_REAL), "nan");
-  EXPECT_EQ(convert("", PCD_TYPE_REAL), "0");
-  EXPECT_EQ(convert(" 230.4", PCD_TYPE_REAL), "230.4");
-  EXPECT_EQ(convert("-0.1", PCD_TYPE_REAL), "-0.1");
-  EXPECT_EQ(convert("1.5 ", PCD_TYPE_REAL), "FAIL");
-  EXPECT_EQ(convert("1,5", PCD_TYPE_REAL), "FAIL");
-  EXPECT_EQ(convert("abc", PCD_TYPE_REAL), "FAIL");
+TEST(Element, TextConvertsByTheDevicesRules) {
+  const struct {
+    const char* text;
+    data_type_t type;
+    const char* result;  // "FAIL": refused
+  } cases[] = {
+      // Integers follow strtol, base 10, and saturate.
+      {"2147483647", PCD_TYPE_INT, "2147483647"},
+      {"2147483648", PCD_TYPE_INT, "2147483647"},
+      {"-99999999999", PCD_TYPE_INT, "-2147483648"},
+      {" 5", PCD_TYPE_INT, "5"},
+      {"+5", PCD_TYPE_INT, "5"},
+      {"", PCD_TYPE_INT, "0"},  // strtol's end is the end
+      {"5 ", PCD_TYPE_INT, "FAIL"},
+      {"12x", PCD_TYPE_INT, "FAIL"},
+      {"1.5", PCD_TYPE_INT, "FAIL"},
+      {" ", PCD_TYPE_INT, "FAIL"},
+      {"-", PCD_TYPE_INT, "FAIL"},
+      {"0x10", PCD_TYPE_INT, "FAIL"},
+      // Unsigned refuses negatives and saturates.
+      {"4294967295", PCD_TYPE_UINT, "4294967295"},
+      {"4294967296", PCD_TYPE_UINT, "4294967295"},
+      {"99999999999999", PCD_TYPE_UINT, "4294967295"},
+      {"3000000000", PCD_TYPE_UINT, "3000000000"},
+      {"-0", PCD_TYPE_UINT, "0"},
+      {"-1", PCD_TYPE_UINT, "FAIL"},
+      {"1 ", PCD_TYPE_UINT, "FAIL"},
+      // Reals follow strtod; 1e309 is infinite and the caller refuses it.
+      {"1e308", PCD_TYPE_REAL, "1e+308"},
+      {"1e309", PCD_TYPE_REAL, "inf"},
+      {"-inf", PCD_TYPE_REAL, "-inf"},
+      {"-nan", PCD_TYPE_REAL, "nan"},
+      {"", PCD_TYPE_REAL, "0"},
+      {" 230.4", PCD_TYPE_REAL, "230.4"},
+      {"1.5 ", PCD_TYPE_REAL, "FAIL"},
+      {"1,5", PCD_TYPE_REAL, "FAIL"},
+      {"abc", PCD_TYPE_REAL, "FAIL"},
+      // Booleans: the words in any case, or 1 and 0.
+      {"TRUE", PCD_TYPE_BOOL, "true"},
+      {"False", PCD_TYPE_BOOL, "false"},
+      {"1", PCD_TYPE_BOOL, "true"},
+      {"0", PCD_TYPE_BOOL, "false"},
+      {"yes", PCD_TYPE_BOOL, "FAIL"},
+      {"", PCD_TYPE_BOOL, "FAIL"},
+      {"2", PCD_TYPE_BOOL, "FAIL"},
+      {" true", PCD_TYPE_BOOL, "FAIL"},
+      // Times: ISO 8601 in UTC, or seconds since 1970.
+      {"2026-11-22T10:15:00.250000Z", PCD_TYPE_TIMEVAL,
+       "2026-11-22T10:15:00.250000Z"},
+      {"2026-11-22T10:15:00Z", PCD_TYPE_TIMEVAL,
+       "2026-11-22T10:15:00.000000Z"},
+      {"1970-01-01T00:00:00.5Z", PCD_TYPE_TIMEVAL,
+       "1970-01-01T00:00:00.500000Z"},
+      {"1700000000.5", PCD_TYPE_TIMEVAL, "2023-11-14T22:13:20.500000Z"},
+      {"-1.25", PCD_TYPE_TIMEVAL, "1969-12-31T23:59:58.750000Z"},
+      {"2026-02-30T00:00:00Z", PCD_TYPE_TIMEVAL, "FAIL"},
+      {"2026-11-22T10:15:00", PCD_TYPE_TIMEVAL, "FAIL"},
+      {"2026-11-22 10:15:00Z", PCD_TYPE_TIMEVAL, "FAIL"},
+      {"2026-11-22T10:15:00.Z", PCD_TYPE_TIMEVAL, "FAIL"},
+      {"1700000000.", PCD_TYPE_TIMEVAL, "FAIL"},
+      {"17e8", PCD_TYPE_TIMEVAL, "FAIL"},
+      {"", PCD_TYPE_TIMEVAL, "FAIL"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(convert(c.text, c.type), c.result)
+        << "'" << c.text << "' as " << c.type;
+  }
 }
 
 // A process that switched to a decimal-comma locale must still read and
@@ -117,37 +147,7 @@ TEST(Element, RealsIgnoreTheProcessLocale) {
   setlocale(LC_NUMERIC, "C");
 }
 
-TEST(Element, TextToBoolean) {
-  EXPECT_EQ(convert("TRUE", PCD_TYPE_BOOL), "true");
-  EXPECT_EQ(convert("False", PCD_TYPE_BOOL), "false");
-  EXPECT_EQ(convert("1", PCD_TYPE_BOOL), "true");
-  EXPECT_EQ(convert("0", PCD_TYPE_BOOL), "false");
-  EXPECT_EQ(convert("yes", PCD_TYPE_BOOL), "FAIL");
-  EXPECT_EQ(convert("", PCD_TYPE_BOOL), "FAIL");
-  EXPECT_EQ(convert("2", PCD_TYPE_BOOL), "FAIL");
-  EXPECT_EQ(convert(" true", PCD_TYPE_BOOL), "FAIL");
-}
-
-TEST(Element, TextToTime) {
-  EXPECT_EQ(convert("2026-11-22T10:15:00.250000Z", PCD_TYPE_TIMEVAL),
-            "2026-11-22T10:15:00.250000Z");
-  EXPECT_EQ(convert("2026-11-22T10:15:00Z", PCD_TYPE_TIMEVAL),
-            "2026-11-22T10:15:00.000000Z");
-  EXPECT_EQ(convert("1970-01-01T00:00:00.5Z", PCD_TYPE_TIMEVAL),
-            "1970-01-01T00:00:00.500000Z");
-  EXPECT_EQ(convert("1700000000.5", PCD_TYPE_TIMEVAL),
-            "2023-11-14T22:13:20.500000Z");
-  EXPECT_EQ(convert("0", PCD_TYPE_TIMEVAL), "1970-01-01T00:00:00.000000Z");
-  EXPECT_EQ(convert("-1.25", PCD_TYPE_TIMEVAL),
-            "1969-12-31T23:59:58.750000Z");
-  EXPECT_EQ(convert("2026-02-30T00:00:00Z", PCD_TYPE_TIMEVAL), "FAIL");
-  EXPECT_EQ(convert("2026-11-22T10:15:00", PCD_TYPE_TIMEVAL), "FAIL");
-  EXPECT_EQ(convert("2026-11-22 10:15:00Z", PCD_TYPE_TIMEVAL), "FAIL");
-  EXPECT_EQ(convert("2026-11-22T10:15:00.Z", PCD_TYPE_TIMEVAL), "FAIL");
-  EXPECT_EQ(convert("1700000000.", PCD_TYPE_TIMEVAL), "FAIL");
-  EXPECT_EQ(convert("17e8", PCD_TYPE_TIMEVAL), "FAIL");
-  EXPECT_EQ(convert("", PCD_TYPE_TIMEVAL), "FAIL");
-
+TEST(Element, TimesBetweenTypes) {
   CElement time(tv(1700000000, 123456));
   EXPECT_EQ(time.to_int(), 1700000000);
   EXPECT_DOUBLE_EQ(time.to_double(), 1700000000.123456);

@@ -18,36 +18,30 @@ timeval make_tv(time_t sec, suseconds_t usec) {
   return tv;
 }
 
+// Negative times round toward minus infinity: the microseconds of a
+// timeval are never negative.
 TEST(QrxTime, ConvertsToAndFromTimeval) {
-  timeval tv = make_tv(1700000000, 250000);
-  EXPECT_EQ(qrx_UNIXtoQRXtime64(&tv), 1700000000250000LL);
-  EXPECT_EQ(qrx_UNIXtoQRXtime64(nullptr), 0);
-
-  const qrx_time64_t samples[] = {0,  1,  999999, 1000000, 1700000000250000LL,
-                                  -1, -999999, -1000000, -1000001,
-                                  -86400LL * 365 * 1000000 - 3};
-  for (qrx_time64_t qrx : samples) {
-    SCOPED_TRACE(qrx);
+  const struct {
+    qrx_time64_t qrx;
+    time_t sec;
+    suseconds_t usec;
+  } cases[] = {
+      {0, 0, 0},           {999999, 0, 999999},
+      {1000000, 1, 0},     {1700000000250000LL, 1700000000, 250000},
+      {-1, -1, 999999},    {-1000000, -1, 0},
+      {-1000001, -2, 999999}, {-1500000, -2, 500000},
+      {-86400LL * 365 * 1000000 - 3, -86400 * 365 - 1, 999997},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.qrx);
     timeval back = make_tv(-7, -7);
-    ASSERT_EQ(qrx_QRXtoUNIXtime64(qrx, &back), 0);
-    EXPECT_GE(back.tv_usec, 0);
-    EXPECT_LT(back.tv_usec, 1000000);
-    EXPECT_EQ(qrx_UNIXtoQRXtime64(&back), qrx);
+    ASSERT_EQ(qrx_QRXtoUNIXtime64(c.qrx, &back), 0);
+    EXPECT_EQ(back.tv_sec, c.sec);
+    EXPECT_EQ(back.tv_usec, c.usec);
+    EXPECT_EQ(qrx_UNIXtoQRXtime64(&back), c.qrx);
   }
   EXPECT_EQ(qrx_QRXtoUNIXtime64(0, nullptr), -1);
-}
-
-TEST(QrxTime, NegativeTimesRoundTowardMinusInfinity) {
-  timeval tv;
-  ASSERT_EQ(qrx_QRXtoUNIXtime64(-1, &tv), 0);
-  EXPECT_EQ(tv.tv_sec, -1);
-  EXPECT_EQ(tv.tv_usec, 999999);
-  ASSERT_EQ(qrx_QRXtoUNIXtime64(-1500000, &tv), 0);
-  EXPECT_EQ(tv.tv_sec, -2);
-  EXPECT_EQ(tv.tv_usec, 500000);
-  ASSERT_EQ(qrx_QRXtoUNIXtime64(-2000000, &tv), 0);
-  EXPECT_EQ(tv.tv_sec, -2);
-  EXPECT_EQ(tv.tv_usec, 0);
+  EXPECT_EQ(qrx_UNIXtoQRXtime64(nullptr), 0);
   // A timeval that is not normalised still counts all its microseconds.
   timeval odd = make_tv(5, 1500000);
   EXPECT_EQ(qrx_UNIXtoQRXtime64(&odd), 6500000);

@@ -1,12 +1,11 @@
 // Seed files: typing rules, escapes, every malformed-line error, the
-// all-or-nothing load, dump/load round trips and the shipped sample seed.
+// all-or-nothing load, dump/load round trips and the shipped sample's alarms.
 
 #include "platform/seed.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -15,8 +14,6 @@
 #include "platform/cds.h"
 #include "platform/element.h"
 #include "platform/path.h"
-#include "platform/security.h"
-#include "platform/utils.h"
 
 namespace toolkit {
 namespace {
@@ -78,62 +75,51 @@ class SeedTest : public ::testing::Test {
 
 // --- typing ----------------------------------------------------------------
 
-TEST_F(SeedTest, ValueTakesTheTypeNamedByValueType) {
+TEST_F(SeedTest, LeavesAreTypedByValueTypeTheTableOrTheLine) {
+  ASSERT_EQ(Load("[/P]\nValueType = Integer\nValue = 1\n"), "");
   ASSERT_EQ(Load("[/M/Volts]\nValueType = Real\nValue = 230.5\n"
+                 ".HighAlarmLimit = 253\nWritable = true\nVendorNote = 17\n"
                  "[/M/Mode]\nValueType = Multistate\nValue = 2\n"
                  "[/M/Count]\nValueType = Unsigned\nValue = 4000000000\n"
                  "[/M/Seen]\nValueType = timeval\n"
-                 "Value = 2026-03-01T08:00:00.250000Z\n"),
-            "");
-  Leaf volts = Get("/M/Volts/Value");
-  ASSERT_EQ(volts.status, API_STATUS_OK);
-  EXPECT_EQ(volts.element.get_type(), PCD_TYPE_REAL);
-  EXPECT_DOUBLE_EQ(volts.element.to_double(), 230.5);
-  EXPECT_EQ(Get("/M/Mode/Value").element.get_type(), PCD_TYPE_INT);
-  EXPECT_EQ(Get("/M/Count/Value").element.to_uint(), 4000000000u);
-  Leaf seen = Get("/M/Seen/Value");
-  EXPECT_EQ(seen.element.get_type(), PCD_TYPE_TIMEVAL);
-  EXPECT_EQ(seen.element.to_timeval().tv_usec, 250000);
-}
-
-TEST_F(SeedTest, ValueTypeAlreadyInTheStoreTypesALaterPatch) {
-  ASSERT_EQ(Load("[/P]\nValueType = Integer\nValue = 1\n"), "");
-  ASSERT_EQ(Load("[/P]\nValue = 42\n"), "");
-  Leaf leaf = Get("/P/Value");
-  EXPECT_EQ(leaf.element.get_type(), PCD_TYPE_INT);
-  EXPECT_EQ(leaf.element.to_int(), 42);
-}
-
-TEST_F(SeedTest, OtherAttributesUseTheirDefaultTypeOrString) {
-  ASSERT_EQ(Load("[/P]\nValueType = Real\nWritable = true\n"
-                 ".HighAlarmLimit = 253\nVendorNote = 17\n"),
-            "");
-  EXPECT_EQ(Get("/P/Writable").element.get_type(), PCD_TYPE_BOOL);
-  // A limit has the type of the node's Value.
-  EXPECT_EQ(Get("/P/.HighAlarmLimit").element.get_type(), PCD_TYPE_REAL);
-  Leaf note = Get("/P:VendorNote");
-  ASSERT_EQ(note.status, API_STATUS_OK);
-  EXPECT_EQ(note.element.get_type(), PCD_TYPE_STRING);
-}
-
-TEST_F(SeedTest, ExplicitTypeAndPropertyAreApplied) {
-  ASSERT_EQ(Load("[/P]\n.Quality:Integer = 192\nValue:Real@persistent = 1.5\n"),
-            "");
-  Leaf quality = Get("/P/.Quality");
-  EXPECT_EQ(quality.element.get_type(), PCD_TYPE_INT);
-  EXPECT_EQ(quality.element.to_int(), 192);
-  Leaf value = Get("/P/Value");
-  EXPECT_EQ(value.element.get_type(), PCD_TYPE_REAL);
-  EXPECT_EQ(value.property, PCD_PROP_PERSISTENT);
-}
-
-TEST_F(SeedTest, EscapesAndBlanksAreDecoded) {
-  ASSERT_EQ(Load("[/P]\n  Description   =  two\\nlines\\tand\\\\  \n"
+                 "Value = 2026-03-01T08:00:00.250000Z\n"
+                 "[/P]\nValue = 42\n"
+                 "[/Q]\n.Quality:Integer = 192\nValue:Real@persistent = 1.5\n"
+                 "  Description   =  two\\nlines\\tand\\\\  \n"
                  "ShortName = \\s padded \\s\n"),
             "");
-  EXPECT_EQ(Get("/P/Description").element.to_string(),
-            "two\nlines\tand\\");
-  EXPECT_EQ(Get("/P/ShortName").element.to_string(), "  padded  ");
+  const struct {
+    const char* path;
+    data_type_t type;
+    const char* text;
+    element_property_t property;
+  } cases[] = {
+      {"/M/Volts/Value", PCD_TYPE_REAL, "230.5", PCD_PROP_NORMAL},
+      // A limit has the type of the node's Value.
+      {"/M/Volts/.HighAlarmLimit", PCD_TYPE_REAL, "253", PCD_PROP_NORMAL},
+      {"/M/Volts/Writable", PCD_TYPE_BOOL, "true", PCD_PROP_NORMAL},
+      {"/M/Volts:VendorNote", PCD_TYPE_STRING, "17", PCD_PROP_NORMAL},
+      {"/M/Mode/Value", PCD_TYPE_INT, "2", PCD_PROP_NORMAL},
+      {"/M/Count/Value", PCD_TYPE_UINT, "4000000000", PCD_PROP_NORMAL},
+      {"/M/Seen/Value", PCD_TYPE_TIMEVAL, "2026-03-01T08:00:00.250000Z",
+       PCD_PROP_NORMAL},
+      // The ValueType already in the store types a later patch.
+      {"/P/Value", PCD_TYPE_INT, "42", PCD_PROP_NORMAL},
+      {"/Q/.Quality", PCD_TYPE_INT, "192", PCD_PROP_NORMAL},
+      {"/Q/Value", PCD_TYPE_REAL, "1.5", PCD_PROP_PERSISTENT},
+      // Escapes and the blanks around values.
+      {"/Q/Description", PCD_TYPE_STRING, "two\nlines\tand\\",
+       PCD_PROP_NORMAL},
+      {"/Q/ShortName", PCD_TYPE_STRING, "  padded  ", PCD_PROP_NORMAL},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.path);
+    const Leaf leaf = Get(c.path);
+    ASSERT_EQ(leaf.status, API_STATUS_OK);
+    EXPECT_EQ(leaf.element.get_type(), c.type);
+    EXPECT_EQ(leaf.element.to_string(), c.text);
+    EXPECT_EQ(leaf.property, c.property);
+  }
 }
 
 // --- errors ------------------------------------------------------------------
@@ -241,6 +227,7 @@ TEST_F(SeedTest, DumpOfAMissingNodeFails) {
 }
 
 // --- the shipped sample --------------------------------------------------
+// (The end-to-end tests serve it; here only what they do not read.)
 
 std::string SampleSeedText() {
   // This file lives in tests/platform/ of the source tree.
@@ -260,48 +247,7 @@ class SampleSeedTest : public SeedTest {
     ASSERT_FALSE(text.empty());
     ASSERT_EQ(Load(text), "");
   }
-  bool MayRead(const char* user, const std::string& path) {
-    CPath parsed(path);
-    EXPECT_EQ(parsed.normalize(), 0) << path;
-    return pcd_authorize(*cds_, user, PCD_ACCESS_READ, parsed);
-  }
 };
-
-TEST_F(SampleSeedTest, ServesTheLeavesTheDaemonReadsAtStartUp) {
-  EXPECT_EQ(Get("/Software/Locales/Value").element.to_string(),
-            "en_US;de_DE;fr_FR");
-  Leaf read_only = Get("/ReadOnlyCDS/Value");
-  ASSERT_EQ(read_only.status, API_STATUS_OK);
-  EXPECT_EQ(read_only.element.get_type(), PCD_TYPE_BOOL);
-  EXPECT_FALSE(read_only.element.to_bool());
-  EXPECT_TRUE(NodeExists("/Software/Data Servers/BACnet WebServices"));
-  EXPECT_TRUE(
-      NodeExists("/Software/Data Servers/Connections/BACnet WebServices"));
-  EXPECT_EQ(Get("/Software/Data Servers/WS-Publisher/SubUpdateCount/Value")
-                .element.get_type(),
-            PCD_TYPE_INT);
-  EXPECT_TRUE(Get("/Software/Data Servers/WS-Publisher/Subscriptions/"
-                  "HasDynamicChildren")
-                  .element.to_bool());
-}
-
-TEST_F(SampleSeedTest, ListsTheThreeDevicesWithDescriptors) {
-  CCds_Utils utils(*cds_);
-  std::vector<std::string> devices;
-  ASSERT_GE(utils.GetDeviceList(devices), 3);
-  for (const char* device :
-       {"/Devices/Meter1", "/Devices/UPS1", "/Devices/Breaker1"}) {
-    EXPECT_NE(std::find(devices.begin(), devices.end(), device),
-              devices.end())
-        << device;
-    std::string base = device;
-    EXPECT_EQ(Get(base + "/.Quality").element.to_int(), 192);
-    EXPECT_EQ(Get(base + "/sDevChangeCount/Value").status, API_STATUS_OK);
-    EXPECT_FALSE(Get(base + "/DisplayName").element.to_string().empty());
-  }
-  // One point is marked bad.
-  EXPECT_EQ(Get("/Devices/Meter1/PeakDemand/.Quality").element.to_int(), 0);
-}
 
 TEST_F(SampleSeedTest, AlarmSourcesAreRealPointsWithAlarmProperties) {
   std::vector<std::string> alarms;
@@ -318,36 +264,6 @@ TEST_F(SampleSeedTest, AlarmSourcesAreRealPointsWithAlarmProperties) {
     EXPECT_EQ(Get(alarm + "/SequenceID/Value").status, API_STATUS_OK);
   }
   EXPECT_EQ(count, Get("/Alarms/AlarmCount/Value").element.to_int());
-}
-
-TEST_F(SampleSeedTest, CommandAreaOfTheMeterIsComplete) {
-  std::string base = "/Software/Commands/Meter1";
-  EXPECT_EQ(Get("/Software/Commands/nextCommandID/Value").element.to_int(), 1);
-  EXPECT_EQ(Get(base + "/WsdlVersion/Value").element.to_int(), 1);
-  Leaf capacity = Get(base + "/inpQueue/maxCount/Value");
-  EXPECT_EQ(capacity.element.get_type(), PCD_TYPE_UINT);
-  EXPECT_EQ(capacity.element.to_uint(), 8u);
-  EXPECT_TRUE(NodeExists(base + "/outQueue"));
-  EXPECT_TRUE(NodeExists(base + "/cmdList/cmdLine/RESET ENERGY"));
-  EXPECT_TRUE(NodeExists(base + "/cmdList/cmdBasic/ResetEnergy/All"));
-  EXPECT_TRUE(NodeExists(base + "/cmdList/cmdIval/SetDemandInterval/Minutes"));
-}
-
-TEST_F(SampleSeedTest, ServiceDataIsHiddenFromViewersOnly) {
-  const std::string service = "/Devices/UPS1/Service/OperatingHours";
-  EXPECT_FALSE(MayRead("viewer", service));
-  EXPECT_TRUE(MayRead("viewer", "/Devices/UPS1/Load"));
-  EXPECT_TRUE(MayRead("operator", service));
-  EXPECT_TRUE(MayRead("admin", service));
-  EXPECT_FALSE(MayRead(nullptr, "/Devices/UPS1/Load"));  // anonymous: None
-}
-
-TEST_F(SampleSeedTest, SurvivesAnExportAndReload) {
-  std::string first = Dump(*cds_, "/");
-  std::unique_ptr<CCds> copy = OpenNew("copy.db");
-  ASSERT_TRUE(copy && copy->is_open());
-  ASSERT_EQ(Load(*copy, first), "");
-  EXPECT_EQ(Dump(*copy, "/"), first);
 }
 
 }  // namespace

@@ -70,69 +70,57 @@ TEST_F(SwInfoTest, BindCreatesTheStatusPoints) {
   EXPECT_EQ(0, Get(node + "/AppStatus/Value").to_int());
 }
 
-TEST_F(SwInfoTest, UnboundObjectRefusesWrites) {
+TEST_F(SwInfoTest, UnboundObjectRefusesWritesAndConstructorWritesNothing) {
   CCds_SwInfo info;
   EXPECT_NE(0, info.SetAppStatus(toolkit::APP_STATUS_RUNNING));
   EXPECT_NE(0, info.FillSwInfoNode(&kSubscriptionTemplate[0]));
   EXPECT_NE(0, info.bind(nullptr, kNode));
-}
-
-TEST_F(SwInfoTest, ConstructorWritesNothing) {
-  CCds_SwInfo info(cds_.get(), Sub(""));
+  CCds_SwInfo constructed(cds_.get(), Sub(""));
   EXPECT_FALSE(Exists(Sub("")));
 }
 
-TEST_F(SwInfoTest, TemplateWritesTypedLeaves) {
-  CCds_SwInfo info(cds_.get(), Sub(""));
-  for (const tagnval& entry : kSubscriptionTemplate) {
-    ASSERT_EQ(0, info.FillSwInfoNode(&entry)) << entry.path;
-  }
-  CElement uri = Get(Sub("/ReplyURI/Value"));
-  EXPECT_EQ(PCD_TYPE_STRING, uri.get_type());
-  EXPECT_EQ("replyUri", uri.to_string());
-
-  CElement lease = Get(Sub("/LeaseDuration/Value"));
-  EXPECT_EQ(PCD_TYPE_INT, lease.get_type());
-  EXPECT_EQ(20, lease.to_int());
-  EXPECT_EQ("milliseconds", Get(Sub("/LeaseDuration/Units")).to_string());
-
-  CElement since = Get(Sub("/LogSinceTime/Value"));
-  ASSERT_EQ(PCD_TYPE_TIMEVAL, since.get_type());
-  EXPECT_EQ(1234, since.to_timeval().tv_sec);
-
-  CElement dynamic = Get(Sub("/RTNodes/HasDynamicChildren"));
-  EXPECT_EQ(PCD_TYPE_BOOL, dynamic.get_type());
-  EXPECT_TRUE(dynamic.to_bool());
-  EXPECT_EQ("Collection", Get(Sub("/RTNodes/NodeType")).to_string());
-
-  // Filling again (a re-created subscription) rewrites, it does not fail.
-  EXPECT_EQ(0, info.FillSwInfoNode(&kSubscriptionTemplate[1]));
-}
-
-TEST_F(SwInfoTest, ValueTypeNamesChooseTheValueType) {
+TEST_F(SwInfoTest, TemplatesWriteTypedLeaves) {
   const char* const multistate[] = {"/ValueType", "Multistate", "/Value", "2",
                                     nullptr};
   const char* const real[] = {"/ValueType", "Real", "/Value", "0.0",
                               "/.HighAlarmLimit", "253.5", nullptr};
   const char* const unknown[] = {"/ValueType", "Gizmo", "/Value", "007",
                                  "/VendorNote", "12", nullptr};
-  const tagnval entries[] = {{kSubs, "/State", multistate},
-                             {kSubs, "/Deadband", real},
-                             {kSubs, "/Odd", unknown}};
+  const tagnval more[] = {{kSubs, "/State", multistate},
+                          {kSubs, "/Deadband", real},
+                          {kSubs, "/Odd", unknown}};
   CCds_SwInfo info(cds_.get(), Sub(""));
-  for (const tagnval& entry : entries) {
+  for (const tagnval& entry : kSubscriptionTemplate) {
     ASSERT_EQ(0, info.FillSwInfoNode(&entry)) << entry.path;
   }
-  EXPECT_EQ(PCD_TYPE_INT, Get(Sub("/State/Value")).get_type());
-  EXPECT_EQ(PCD_TYPE_REAL, Get(Sub("/Deadband/Value")).get_type());
-  // An alarm limit takes the type of the node's Value.
-  CElement limit = Get(Sub("/Deadband/.HighAlarmLimit"));
-  EXPECT_EQ(PCD_TYPE_REAL, limit.get_type());
-  EXPECT_EQ(253.5, limit.to_double());
-  CElement odd = Get(Sub("/Odd/Value"));
-  EXPECT_EQ(PCD_TYPE_STRING, odd.get_type());
-  EXPECT_EQ("007", odd.to_string());
-  EXPECT_EQ(PCD_TYPE_STRING, Get(Sub("/Odd:VendorNote")).get_type());
+  for (const tagnval& entry : more) {
+    ASSERT_EQ(0, info.FillSwInfoNode(&entry)) << entry.path;
+  }
+  // Filling again (a re-created subscription) rewrites, it does not fail.
+  EXPECT_EQ(0, info.FillSwInfoNode(&kSubscriptionTemplate[1]));
+  const struct {
+    const char* leaf;
+    data_type_t type;
+    const char* text;
+  } cases[] = {
+      {"/ReplyURI/Value", PCD_TYPE_STRING, "replyUri"},
+      {"/LeaseDuration/Value", PCD_TYPE_INT, "20"},
+      {"/LeaseDuration/Units", PCD_TYPE_STRING, "milliseconds"},
+      {"/LogSinceTime/Value", PCD_TYPE_TIMEVAL, "1970-01-01T00:20:34.000000Z"},
+      {"/RTNodes/HasDynamicChildren", PCD_TYPE_BOOL, "true"},
+      {"/RTNodes/NodeType", PCD_TYPE_STRING, "Collection"},
+      {"/State/Value", PCD_TYPE_INT, "2"},
+      {"/Deadband/Value", PCD_TYPE_REAL, "0"},
+      // An alarm limit takes the type of the node's Value.
+      {"/Deadband/.HighAlarmLimit", PCD_TYPE_REAL, "253.5"},
+      {"/Odd/Value", PCD_TYPE_STRING, "007"},
+      {"/Odd:VendorNote", PCD_TYPE_STRING, "12"},
+  };
+  for (const auto& c : cases) {
+    const CElement leaf = Get(Sub(c.leaf));
+    EXPECT_EQ(c.type, leaf.get_type()) << c.leaf;
+    EXPECT_EQ(c.text, leaf.to_string()) << c.leaf;
+  }
 }
 
 TEST_F(SwInfoTest, ValueWithoutValueTypeFollowsTheStoredOne) {
