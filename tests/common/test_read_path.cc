@@ -73,42 +73,40 @@ class ReadPathTest : public ServiceTest {
   }
 };
 
-TEST_F(ReadPathTest, ReadsValuesAndOtherAttributes) {
-  EXPECT_EQ("230.4", Read("/Plant/Voltage"));
-  EXPECT_EQ("230.4", Read("/Plant//Voltage/Value"));
-  EXPECT_EQ("V", Read("/Plant/Voltage/Units"));
-  EXPECT_EQ("x;y", Read("/Plant/Label"));
-}
-
-TEST_F(ReadPathTest, SubAttributesDescribeTheLeaf) {
-  EXPECT_EQ(StoredTime("/Plant/Voltage/Value"),
-            Read("/Plant/Voltage/Value.Time"));
-  EXPECT_EQ("Persistent", Read("/Plant/Voltage/Value.Source"));
-  EXPECT_EQ("Normal", Read("/Plant/Voltage/Units.Source"));
-  EXPECT_EQ("Real", Read("/Plant/Voltage/Value.AttribType"));
-  // Sub-attributes match as prefixes.
-  EXPECT_EQ(StoredTime("/Plant/Voltage/Value"),
-            Read("/Plant/Voltage/Value.Timestamp"));
-  EXPECT_EQ("? 11 Illegal Attribute : Unknown sub-Attribute .Quality",
-            Read("/Plant/Voltage/Value.Quality"));
-}
-
-TEST_F(ReadPathTest, MalformedPathIsBadPathSyntax) {
-  EXPECT_EQ("? 8 Bad Path Syntax : CDS Error in supplied path",
-            Read("Plant/Voltage"));
+TEST_F(ReadPathTest, ReadsAttributesAndSubAttributesOrSaysWhyNot) {
+  const std::string time = StoredTime("/Plant/Voltage/Value");
+  const struct {
+    const char* path;
+    const char* options;
+    std::string result;
+  } cases[] = {
+      {"/Plant/Voltage", "", "230.4"},
+      {"/Plant//Voltage/Value", "", "230.4"},
+      {"/Plant/Voltage/Units", "", "V"},
+      {"/Plant/Label", "", "x;y"},
+      {"/Plant/Voltage/Value.Time", "", time},
+      // Sub-attributes match as prefixes.
+      {"/Plant/Voltage/Value.Timestamp", "", time},
+      {"/Plant/Voltage/Value.Source", "", "Persistent"},
+      {"/Plant/Voltage/Units.Source", "", "Normal"},
+      {"/Plant/Voltage/Value.AttribType", "", "Real"},
+      {"/Plant/Voltage/Value.Quality", "",
+       "? 11 Illegal Attribute : Unknown sub-Attribute .Quality"},
+      {"Plant/Voltage", "", "? 8 Bad Path Syntax : CDS Error in supplied path"},
+      {"", "", "? 8 Bad Path Syntax : CDS Error in supplied path"},
+      {"/Plant/Nothing", "", "? 9 Node Not Found : CDS access failed"},
+      {"/Plant/Voltage/Description", "",
+       "? 9 Node Not Found : CDS access failed"},
+      // A node without a value (no data type) is not found either.
+      {"/Plant", "", "? 9 Node Not Found : CDS access failed"},
+      {"/Plant/Nothing", "errorPrefix=ERR",
+       "ERR? 9 Node Not Found : CDS access failed"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.result, Read(c.path, c.options)) << c.path;
+  }
   EXPECT_TRUE(LogHas("Error in supplied path Plant/Voltage"));
-  EXPECT_EQ("? 8 Bad Path Syntax : CDS Error in supplied path", Read(""));
-}
-
-TEST_F(ReadPathTest, MissingNodeOrAttributeIsNodeNotFound) {
-  EXPECT_EQ("? 9 Node Not Found : CDS access failed", Read("/Plant/Nothing"));
   EXPECT_TRUE(LogHas("CDS access failed for /Plant/Nothing"));
-  EXPECT_EQ("? 9 Node Not Found : CDS access failed",
-            Read("/Plant/Voltage/Description"));
-  // A node without a value (no data type) is not found either.
-  EXPECT_EQ("? 9 Node Not Found : CDS access failed", Read("/Plant"));
-  EXPECT_EQ("ERR? 9 Node Not Found : CDS access failed",
-            Read("/Plant/Nothing", "errorPrefix=ERR"));
 }
 
 TEST_F(ReadPathTest, ReadRightsExemptSubAttributes) {
@@ -179,9 +177,6 @@ TEST_F(ReadPathTest, ReadValuesAnswersOnePerPathInOrder) {
   // The same path twice is read twice.
   EXPECT_EQ((std::vector<std::string>{"V", "V"}),
             ReadMany({"/Plant/Voltage/Units", "/Plant/Voltage/Units"}));
-}
-
-TEST_F(ReadPathTest, ReadValuesFailuresOfTheWholeCall) {
   EXPECT_EQ(std::vector<std::string>{"? 17 No Paths Provided : No paths"},
             ReadMany({}));
   EXPECT_EQ(std::vector<std::string>{"#N/A"},
