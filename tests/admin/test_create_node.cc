@@ -13,82 +13,60 @@ namespace {
 
 class CreateNodeTest : public AdminTest {
  protected:
-  // CreateNode without options; returns the call's code.
-  int Create(const std::string& base, const std::vector<std::string>& paths,
-             const std::vector<std::string>& values) {
-    return createNode(ctx_.get(), nullptr, &base, paths, values, result_);
+  // CreateNode without options; returns its result.
+  std::string Create(const std::string& base,
+                     const std::vector<std::string>& paths,
+                     const std::vector<std::string>& values) {
+    std::string result = "stale";
+    EXPECT_EQ(0, createNode(ctx_.get(), nullptr, &base, paths, values,
+                            result));
+    return result;
   }
-  std::string result_;
 };
 
-// The leaf paths are the base path and the entry put together as they are;
-// only the node loses a trailing "/".
-TEST_F(CreateNodeTest, TrailingSlashPutsValueUnderTheNewNode) {
-  ASSERT_EQ(0, Create("/Devices/New/", {"Value", "Units"}, {"hello", "A"}));
-  EXPECT_EQ("hello", result_);
-  EXPECT_TRUE(NodeExists("/Devices/New"));
-  EXPECT_EQ("hello", Leaf("/Devices/New/Value"));
-  EXPECT_EQ("A", Leaf("/Devices/New/Units"));
-}
-
-TEST_F(CreateNodeTest, WithoutTrailingSlashValueMissesTheNewNode) {
-  ASSERT_EQ(0, Create("/Devices/New", {"Value"}, {"hello"}));
-  EXPECT_TRUE(NodeExists("/Devices/New"));
-  EXPECT_EQ("<missing>", Leaf("/Devices/New/Value"));
-  // "/Devices/NewValue" names a node nobody created.
-  EXPECT_FALSE(NodeExists("/Devices/NewValue"));
-  EXPECT_EQ("? 16 Write Failed : CDS write access failed", result_);
-}
-
-TEST_F(CreateNodeTest, EntryWithItsOwnSlashOrATrailingColon) {
-  ASSERT_EQ(0, Create("/Devices/New", {"/Value"}, {"one"}));
-  EXPECT_EQ("one", Leaf("/Devices/New/Value"));
-  ASSERT_EQ(0, Create("/Devices/Other:", {"Value"}, {"two"}));
+// The leaf paths are the base path and the entry put together as they
+// are; only the node loses a trailing "/" (or ":"). The last entry that is
+// exactly "Value" answers, else the first; without entries nothing does.
+TEST_F(CreateNodeTest, LeavesLandWhereBaseAndEntryPutThem) {
+  EXPECT_EQ("42", Create("/Devices/New/", {"Units", "Value", "DisplayName"},
+                         {"V", "42", "Name"}));
+  EXPECT_EQ("42", Leaf("/Devices/New/Value"));
+  EXPECT_EQ("V", Leaf("/Devices/New/Units"));
+  // Without the slash, "/Devices/MissValue" names a node nobody created.
+  EXPECT_EQ("? 16 Write Failed : CDS write access failed",
+            Create("/Devices/Miss", {"Value"}, {"hello"}));
+  EXPECT_TRUE(NodeExists("/Devices/Miss"));
+  EXPECT_EQ("<missing>", Leaf("/Devices/Miss/Value"));
+  EXPECT_FALSE(NodeExists("/Devices/MissValue"));
+  // "/Value" is not exactly "Value": the first entry answers.
+  EXPECT_EQ("A", Create("/Devices/Two", {"/Units", "/Value"}, {"A", "7"}));
+  EXPECT_EQ("7", Leaf("/Devices/Two/Value"));
+  EXPECT_EQ("two", Create("/Devices/Other:", {"Value"}, {"two"}));
   EXPECT_EQ("two", Leaf("/Devices/Other/Value"));
+  EXPECT_EQ("", Create("/Devices/Bare", {}, {}));
+  EXPECT_TRUE(NodeExists("/Devices/Bare"));
 }
 
 TEST_F(CreateNodeTest, ExistingNodeOnlyGetsItsLeavesWritten) {
-  ASSERT_EQ(0, Create("/Devices/Dev1/Point/", {"Units", "DisplayName"},
-                      {"A", "Point"}));
-  EXPECT_EQ("A", result_);
+  EXPECT_EQ("A", Create("/Devices/Dev1/Point/", {"Units", "DisplayName"},
+                        {"A", "Point"}));
   EXPECT_EQ("A", Leaf("/Devices/Dev1/Point/Units"));
   EXPECT_EQ("Point", Leaf("/Devices/Dev1/Point/DisplayName"));
   EXPECT_EQ("5", Leaf("/Devices/Dev1/Point/Value"));
 }
 
-TEST_F(CreateNodeTest, LastExactValueEntryAnswers) {
-  ASSERT_EQ(0, Create("/Devices/New/", {"Units", "Value", "DisplayName"},
-                      {"V", "42", "Name"}));
-  EXPECT_EQ("42", result_);
-  // No entry is exactly "Value" ("/Value" is not): the first one answers.
-  ASSERT_EQ(0, Create("/Devices/Two", {"/Units", "/Value"}, {"A", "7"}));
-  EXPECT_EQ("A", result_);
-  EXPECT_EQ("7", Leaf("/Devices/Two/Value"));
-  // With no leaves nothing answers.
-  result_ = "stale";
-  ASSERT_EQ(0, Create("/Devices/Bare", {}, {}));
-  EXPECT_EQ("", result_);
-  EXPECT_TRUE(NodeExists("/Devices/Bare"));
-}
-
 TEST_F(CreateNodeTest, RequestsThatCreateNothing) {
-  ASSERT_EQ(0, createNode(ctx_.get(), nullptr, nullptr, {"Value"}, {"1"},
-                          result_));
-  EXPECT_EQ("? 8 Bad Path Syntax : No node path provided", result_);
-
-  ASSERT_EQ(0, Create("relative/Node", {}, {}));
-  EXPECT_EQ("? 16 Write Failed : CreateNode()", result_);
-  EXPECT_TRUE(LogHas("Failed to create node relative/Node"));
-
-  ASSERT_EQ(0, Create("/Devices/New/", {"Value", "Units"}, {"1"}));
-  EXPECT_EQ("? 14 Index Out of Range : Mismatched array sizes", result_);
-  EXPECT_FALSE(NodeExists("/Devices/New"));
-}
-
-TEST_F(CreateNodeTest, ErrorResultsFollowTheOptions) {
+  std::string result;
   const std::string options = "errorPrefix=ERR";
-  ASSERT_EQ(0, createNode(ctx_.get(), &options, nullptr, {}, {}, result_));
-  EXPECT_EQ("ERR? 8 Bad Path Syntax : No node path provided", result_);
+  ASSERT_EQ(0, createNode(ctx_.get(), &options, nullptr, {"Value"}, {"1"},
+                          result));
+  EXPECT_EQ("ERR? 8 Bad Path Syntax : No node path provided", result);
+  EXPECT_EQ("? 16 Write Failed : CreateNode()", Create("relative/Node", {},
+                                                       {}));
+  EXPECT_TRUE(LogHas("Failed to create node relative/Node"));
+  EXPECT_EQ("? 14 Index Out of Range : Mismatched array sizes",
+            Create("/Devices/New/", {"Value", "Units"}, {"1"}));
+  EXPECT_FALSE(NodeExists("/Devices/New"));
 }
 
 }  // namespace

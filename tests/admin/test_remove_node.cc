@@ -17,20 +17,17 @@ class RemoveNodeTest : public AdminTest {
   std::string result_ = "stale";
 };
 
-TEST_F(RemoveNodeTest, NodePathRemovesTheSubtree) {
+TEST_F(RemoveNodeTest, NodePathRemovesTheSubtreeAttributePathOneLeaf) {
+  ASSERT_EQ(0, Remove("/Devices/Dev1/Point:Units"));
+  EXPECT_EQ("", result_);
+  EXPECT_EQ("<missing>", Leaf("/Devices/Dev1/Point/Units"));
+  EXPECT_EQ("5", Leaf("/Devices/Dev1/Point/Value"));
+  result_ = "stale";
   ASSERT_EQ(0, Remove("/Devices/Dev1"));
   EXPECT_EQ("", result_);
   EXPECT_FALSE(NodeExists("/Devices/Dev1/Point"));
   EXPECT_FALSE(NodeExists("/Devices/Dev1"));
   EXPECT_TRUE(NodeExists("/Devices"));
-}
-
-TEST_F(RemoveNodeTest, AttributePathClearsOnlyThatLeaf) {
-  ASSERT_EQ(0, Remove("/Devices/Dev1/Point:Units"));
-  EXPECT_EQ("", result_);
-  EXPECT_EQ("<missing>", Leaf("/Devices/Dev1/Point/Units"));
-  EXPECT_EQ("5", Leaf("/Devices/Dev1/Point/Value"));
-  EXPECT_TRUE(NodeExists("/Devices/Dev1/Point"));
 }
 
 TEST_F(RemoveNodeTest, BadPathIsError8) {

@@ -1,93 +1,54 @@
-// SetLeaf and SetLeaves: administrative writes through the write path.
+// SetLeaf and SetLeaves: administrative writes through the write path,
+// whose own tests (tests/common) hold the conversions, rules and errors.
 
 #include <string>
 #include <vector>
 
 #include "admin/node_admin.h"
-#include "common/write_path.h"
 #include "tests/admin/admin_fixture.h"
 
 namespace wsgated {
 
 namespace {
 
+using Texts = std::vector<std::string>;
 using SetLeafTest = AdminTest;
 
-// setValue would refuse both: Units is not an ordinary writer's attribute
-// and the point's Value is not Writable.
+// setValue would refuse all three: Units is not an ordinary writer's
+// attribute, the point's Value is not Writable and Note does not exist.
 TEST_F(SetLeafTest, WritesWhatOrdinaryWritesMayNot) {
-  const std::string units = "/Devices/Dev1/Point/Units";
-  const std::string value = "/Devices/Dev1/Point/Value";
-  const std::string amps = "A";
-  const std::string seven = "7";
+  const Texts paths = {"/Devices/Dev1/Point/Units", "/Devices/Dev1/Point/Value",
+                       "/Devices/Dev1/Point:Note"};
+  const Texts values = {"A", "7", "checked"};
   std::string result;
-  ASSERT_EQ(0, setLeaf(ctx_.get(), nullptr, &units, &amps, result));
-  EXPECT_EQ("A", result);
-  ASSERT_EQ(0, setLeaf(ctx_.get(), nullptr, &value, &seven, result));
-  EXPECT_EQ("7", result);
-  EXPECT_EQ("A", Leaf(units));
-  EXPECT_EQ("7", Leaf(value));
-}
-
-TEST_F(SetLeafTest, CreatesAnAttributeTheNodeDidNotHave) {
-  const std::string path = "/Devices/Dev1/Point:Note";
-  const std::string text = "checked";
-  std::string result;
-  ASSERT_EQ(0, setLeaf(ctx_.get(), nullptr, &path, &text, result));
-  EXPECT_EQ("checked", result);
-  EXPECT_EQ("checked", Leaf(path));
-}
-
-TEST_F(SetLeafTest, MissingPathOrValueIsTheWritePathsError) {
-  const std::string path = "/Devices/Dev1/Point/Units";
-  const std::string text = "A";
-  std::string result;
-  ASSERT_EQ(0, setLeaf(ctx_.get(), nullptr, nullptr, &text, result));
+  for (size_t i = 0; i < paths.size(); ++i) {
+    ASSERT_EQ(0, setLeaf(ctx_.get(), nullptr, &paths[i], &values[i], result));
+    EXPECT_EQ(values[i], result);
+    EXPECT_EQ(values[i], Leaf(paths[i]));
+  }
+  ASSERT_EQ(0, setLeaf(ctx_.get(), nullptr, nullptr, &values[0], result));
   EXPECT_EQ("? 8 Bad Path Syntax : No Path provided", result);
-  ASSERT_EQ(0, setLeaf(ctx_.get(), nullptr, &path, nullptr, result));
+  ASSERT_EQ(0, setLeaf(ctx_.get(), nullptr, &paths[0], nullptr, result));
   EXPECT_EQ("? 12 Bad Value Format : No Value provided", result);
-  EXPECT_EQ("V", Leaf(path));
-}
-
-using SetLeavesTest = AdminTest;
-
-TEST_F(SetLeavesTest, WritesEveryLeafInOneCall) {
-  std::vector<std::string> results;
-  ASSERT_EQ(0, setLeaves(ctx_.get(), nullptr,
-                         {"/Devices/Dev1/Point/Units",
-                          "/Devices/Dev1/Point:Note"},
-                         {"A", "n"}, results));
-  EXPECT_EQ((std::vector<std::string>{"A", "n"}), results);
-  EXPECT_EQ("A", Leaf("/Devices/Dev1/Point/Units"));
-  EXPECT_EQ("n", Leaf("/Devices/Dev1/Point:Note"));
-}
-
-TEST_F(SetLeavesTest, UnusableListsGiveOneError) {
-  std::vector<std::string> results;
-  ASSERT_EQ(0, setLeaves(ctx_.get(), nullptr,
-                         {"/Devices/Dev1/Point/Units", "/Devices/Dev1/Point"},
-                         {"A"}, results));
-  EXPECT_EQ((std::vector<std::string>{
-                "? 14 Index Out of Range : Mismatched array sizes"}),
-            results);
-  results.clear();
-  ASSERT_EQ(0, setLeaves(ctx_.get(), nullptr, {}, {}, results));
-  EXPECT_EQ((std::vector<std::string>{
-                "? 17 No Paths Provided : No Paths provided"}),
-            results);
-  EXPECT_EQ("V", Leaf("/Devices/Dev1/Point/Units"));
 }
 
 // A malformed path gets its own error text; it is never written and needs
 // no administration check, and the other entries are written.
-TEST_F(SetLeavesTest, MalformedPathKeepsItsOwnError) {
-  std::vector<std::string> results;
+TEST_F(SetLeafTest, SetLeavesWritesEveryGoodLeafInOneCall) {
+  Texts results;
   ASSERT_EQ(0, setLeaves(ctx_.get(), nullptr,
-                         {"no/slash", "/Devices/Dev1/Point/Units"},
-                         {"x", "A"}, results));
-  ASSERT_EQ(2u, results.size());
-  EXPECT_EQ("? 8 Bad Path Syntax : CDS Error in supplied path", results[0]);
-  EXPECT_EQ("A", results[1]);
+                         {"/Devices/Dev1/Point/Units", "no/slash",
+                          "/Devices/Dev1/Point:Note"},
+                         {"A", "x", "n"}, results));
+  EXPECT_EQ((Texts{"A", "? 8 Bad Path Syntax : CDS Error in supplied path",
+                   "n"}),
+            results);
+  EXPECT_EQ("A", Leaf("/Devices/Dev1/Point/Units"));
+  EXPECT_EQ("n", Leaf("/Devices/Dev1/Point:Note"));
+  Texts unusable;
+  ASSERT_EQ(0, setLeaves(ctx_.get(), nullptr, {"/Devices/Dev1/Point/Units"},
+                         {}, unusable));
+  EXPECT_EQ(Texts{"? 23 Empty Array : No Values provided"}, unusable);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <boost/locale.hpp>
 #include <filesystem>
 #include <fstream>
 #include <locale>
@@ -19,6 +20,14 @@
 #include "platform/syslog.h"
 
 namespace wsgated {
+
+// The name a generated locale carries ("de_DE"), or "" for one without
+// locale information.
+inline std::string NameOf(const std::locale& locale) {
+  if (!std::has_facet<boost::locale::info>(locale)) return "";
+  const auto& info = std::use_facet<boost::locale::info>(locale);
+  return info.language() + "_" + info.country();
+}
 
 class ContextTest : public ::testing::Test {
  protected:

@@ -1,7 +1,6 @@
 // The service-options parser: lenient keys and values, and the choice of
 // the locale values are rendered in.
 
-#include <boost/locale.hpp>
 #include <gtest/gtest.h>
 
 #include "common/service_options.h"
@@ -10,13 +9,6 @@
 namespace wsgated {
 
 namespace {
-
-// "de_DE" for a locale the generator made; "" for one without locale info.
-std::string NameOf(const std::locale& locale) {
-  if (!std::has_facet<boost::locale::info>(locale)) return "";
-  const auto& info = std::use_facet<boost::locale::info>(locale);
-  return info.language() + "_" + info.country();
-}
 
 class ServiceOptionsTest : public ServiceTest {};
 

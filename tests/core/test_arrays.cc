@@ -56,10 +56,6 @@ class ArraysTest : public ServiceTest {
 };
 
 TEST_F(ArraysTest, ArrayAttributesAreFoundAsSubstrings) {
-  EXPECT_STREQ(
-      "Attributes;Children;PossibleValues;WritableValues;.NotifyActions;"
-      ".TrendTraits;.AlarmBatch",
-      kArrayAttributes);
   for (const char* name : {"Attributes", "Children", "PossibleValues",
                            ".AlarmBatch", "Value", "Trend", "", "s;C"}) {
     EXPECT_TRUE(isArrayAttribute(name)) << name;
@@ -120,35 +116,31 @@ TEST_F(ArraysTest, SizeCountsItemsButAnswersASingleItemItself) {
   EXPECT_EQ("2", arraySizeResult(ReadArray("/Plant/Label"), plain));
 }
 
-TEST_F(ArraysTest, RangeSelectsFromIndexForCount) {
+TEST_F(ArraysTest, RangeSelectsFromIndexForCountWithUnsignedQuirks) {
   const Items abcd{"a", "b", "c", "d"};
-  EXPECT_EQ((Items{"b", "c"}), Range(abcd, 1, 2));
-  EXPECT_EQ((Items{"a"}), Range(abcd, 0, 1));
-  EXPECT_EQ((Items{"d"}), Range(abcd, 3, 1));
-  EXPECT_EQ(abcd, Range(abcd, 0, 4));
-  // A count past the end answers up to the end.
-  EXPECT_EQ((Items{"b", "c", "d"}), Range(abcd, 1, 10));
-  EXPECT_EQ((Items{"c", "d"}), Range(abcd, 2, 0xFFFFFFF0u));
-}
-
-TEST_F(ArraysTest, RangeKeepsTheUnsignedArithmeticQuirks) {
-  const Items abcd{"a", "b", "c", "d"};
-  // Count 0 at index 0: last wraps to the largest number and is clamped.
-  EXPECT_EQ(abcd, Range(abcd, 0, 0));
-  // Count 0 at index 2: last is 1, below index, so nothing goes at the
-  // front and the back is cut after item 1.
-  EXPECT_EQ((Items{"a", "b"}), Range(abcd, 2, 0));
-  EXPECT_EQ((Items{"a"}), Range(abcd, 1, 0));
-  // index + count - 1 wraps below index the same way.
-  EXPECT_EQ((Items{"a", "b"}), Range(abcd, 3, 0xFFFFFFFFu));
-}
-
-TEST_F(ArraysTest, RangeFromPastTheEndAnswersNothingAndLogsError14) {
-  EXPECT_EQ(Items{}, Range({"a", "b", "c"}, 5, 1));
-  EXPECT_EQ(Items{}, Range({"a", "b", "c"}, 3, 1));
+  const struct {
+    uint32_t index, count;
+    Items items;
+  } cases[] = {
+      {1, 2, {"b", "c"}}, {0, 1, {"a"}}, {3, 1, {"d"}}, {0, 4, abcd},
+      // A count past the end answers up to the end.
+      {1, 10, {"b", "c", "d"}}, {2, 0xFFFFFFF0u, {"c", "d"}},
+      // Count 0 at index 0: last wraps to the largest number and is
+      // clamped. At index 2 last is 1, below index, so nothing goes at
+      // the front and the back is cut after item 1.
+      {0, 0, abcd}, {2, 0, {"a", "b"}}, {1, 0, {"a"}},
+      // index + count - 1 wraps below index the same way.
+      {3, 0xFFFFFFFFu, {"a", "b"}},
+      // From past the end: nothing.
+      {4, 1, {}}, {5, 1, {}},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.items, Range(abcd, c.index, c.count))
+        << c.index << ", " << c.count;
+  }
+  EXPECT_EQ(Items{}, Range({}, 0, 1));
   EXPECT_TRUE(LogHas("BnwsErrMsg: ? 14 Index Out of Range"));
   EXPECT_FALSE(LogHas("Index Out of Range :"));
-  EXPECT_EQ(Items{}, Range({}, 0, 1));
 }
 
 TEST_F(ArraysTest, RangeDropsASingleItemThatStartsWithTheErrorPrefix) {
