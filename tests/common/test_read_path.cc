@@ -133,38 +133,6 @@ TEST_F(ReadPathTest, UnsupportedLocaleAnswersTheClientsText) {
   EXPECT_EQ("230.4", Read("/Plant/Voltage", "locale=de-DE"));
 }
 
-TEST_F(ReadPathTest, ReadAttributeRendersWhatTheCallerRead) {
-  toolkit::CPath path("/Plant/Voltage");
-  ASSERT_EQ(0, path.normalize());
-  toolkit::CElement element(12.5);
-  bool enumerated = true;
-  std::string result;
-  const ServiceOptions options = Options("");
-  EXPECT_TRUE(readAttribute(ctx_.get(), options, 0, path, API_STATUS_OK,
-                             element, PCD_PROP_NORMAL, enumerated, result));
-  EXPECT_EQ("12.5", result);
-  EXPECT_FALSE(enumerated);
-
-  // A status the store gives a path it refuses is a syntax error, not 9.
-  EXPECT_FALSE(readAttribute(ctx_.get(), options, 0, path, API_STATUS_BAD_PATH,
-                             element, PCD_PROP_NORMAL, enumerated, result));
-  EXPECT_EQ("? 8 Bad Path Syntax : CDS access failed", result);
-  EXPECT_FALSE(readAttribute(ctx_.get(), options, -1, path, API_STATUS_OK,
-                             element, PCD_PROP_NORMAL, enumerated, result));
-  EXPECT_EQ("? 9 Node Not Found : CDS access failed", result);
-  EXPECT_FALSE(readAttribute(ctx_.get(), options, 0, path, API_STATUS_OK,
-                             toolkit::CElement(), PCD_PROP_NORMAL, enumerated,
-                             result));
-  EXPECT_EQ("? 9 Node Not Found : CDS access failed", result);
-
-  SetCaller("viewer", "10.0.0.7");
-  toolkit::CPath secret("/Plant/Secret");
-  ASSERT_EQ(0, secret.normalize());
-  EXPECT_FALSE(readAttribute(ctx_.get(), options, 0, secret, API_STATUS_OK,
-                             element, PCD_PROP_NORMAL, enumerated, result));
-  EXPECT_EQ("? 2 Not Authorized : Unauthorized read", result);
-}
-
 TEST_F(ReadPathTest, ReadValuesAnswersOnePerPathInOrder) {
   EXPECT_EQ((std::vector<std::string>{"230.4", "V", "x;y"}),
             ReadMany({"/Plant/Voltage", "/Plant/Voltage/Units", "/Plant/Label"}));

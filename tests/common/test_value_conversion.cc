@@ -118,20 +118,6 @@ TEST_F(ConvertText, OptionsShapeTheErrorResult) {
   EXPECT_EQ("N/A", result);
 }
 
-TEST_F(ConvertText, NamedTypesUseThePlatformsNames) {
-  CElement element("TRUE");
-  std::string result;
-  EXPECT_EQ(kConversionOk, convertTextToNamedType(element, "bool", result, nullptr));
-  EXPECT_EQ(PCD_TYPE_BOOL, element.get_type());
-  element = CElement("12x");
-  EXPECT_EQ(kConversionBadInteger,
-            convertTextToNamedType(element, "Integer", result, nullptr));
-  EXPECT_EQ("? 12 Bad Value Format : Could not transform 12x", result);
-  element = CElement("0.5");
-  EXPECT_EQ(kConversionOk, convertTextToNamedType(element, "Double", result, nullptr));
-  EXPECT_EQ("0.5", result);
-}
-
 // --- re-casting stored values ------------------------------------------------
 
 class RecastAttribute : public ServiceTest {
@@ -226,19 +212,6 @@ class LookupValueType : public ServiceTest {
   std::string possible_;
   bool enumerated_ = false;
 };
-
-TEST_F(LookupValueType, StoredTypesAndPossibleValues) {
-  EXPECT_EQ(PCD_TYPE_INT, Lookup("/Dev/M", nullptr));
-  EXPECT_TRUE(enumerated_);
-  EXPECT_EQ("Off;On", possible_);
-  EXPECT_EQ(PCD_TYPE_REAL, Lookup("/Dev/R", nullptr));
-  EXPECT_FALSE(enumerated_);
-  EXPECT_EQ("untouched", possible_);
-  // An enumerated node without a list.
-  EXPECT_EQ(PCD_TYPE_BOOL, Lookup("/Dev/B", nullptr));
-  EXPECT_TRUE(enumerated_);
-  EXPECT_EQ("null", possible_);
-}
 
 TEST_F(LookupValueType, ShortOrMissingTypeIsText) {
   EXPECT_EQ(PCD_TYPE_STRING, Lookup("/Dev/S", nullptr));

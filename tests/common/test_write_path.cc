@@ -241,24 +241,6 @@ TEST_F(WritePathTest, AdministeredValueTypeRecastsValueAndAlarmValueOnly) {
   EXPECT_EQ("Integer", Stored("/Devices/M/Kind/ValueType").to_string());
 }
 
-TEST_F(WritePathTest, CheckWritableReadsTheLeaf) {
-  toolkit::CPath path("/Devices/M/Count");
-  ASSERT_EQ(0, path.normalize());
-  toolkit::CElement element;
-  std::string result;
-  const ServiceOptions options = Options("");
-  EXPECT_EQ(0, checkWritable(ctx_->cds, path, false, "5", element, result,
-                             options));
-  EXPECT_EQ(3, element.to_int());
-  toolkit::CPath missing("/Devices/M/Nope");
-  ASSERT_EQ(0, missing.normalize());
-  EXPECT_EQ(1, checkWritable(ctx_->cds, missing, false, "5", element, result,
-                             options));
-  EXPECT_EQ(0, checkWritable(ctx_->cds, missing, true, "5", element, result,
-                             options));
-  EXPECT_EQ(PCD_TYPE_NONE, element.get_type());
-}
-
 }  // namespace
 
 }  // namespace wsgated

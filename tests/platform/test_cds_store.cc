@@ -95,16 +95,6 @@ TEST(CdsOpenTest, CreateRefusesExistingUnlessReplaced) {
   EXPECT_EQ(API_STATUS_NO_NODE, status);
 }
 
-TEST(CdsOpenTest, FileThatIsNotAStoreIsRefused) {
-  TempStore store;
-  const std::string other = store.path() + ".txt";
-  FILE* file = fopen(other.c_str(), "w");
-  ASSERT_NE(nullptr, file);
-  fputs("not a database\n", file);
-  fclose(file);
-  EXPECT_EQ(nullptr, pcd_open(other.c_str()));
-}
-
 TEST(CdsOpenTest, ClosedHandleFailsEveryCall) {
   CCds cds(nullptr);
   api_status_t status = API_STATUS_UNKNOWN;

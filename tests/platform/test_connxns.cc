@@ -95,16 +95,6 @@ TEST_F(ConnxnsTest, IdleEntriesAreDropped) {
   EXPECT_NE(n, Add("192.0.2.1"));
 }
 
-TEST_F(ConnxnsTest, RemoveAllEmptiesMemoryAndStore) {
-  Add("192.0.2.1");
-  Add("192.0.2.2");
-  EXPECT_EQ(2u, Children().size());
-  EXPECT_EQ(2, table_.RemoveAllConnxns());
-  EXPECT_EQ(0u, table_.size());
-  EXPECT_TRUE(Children().empty());
-  EXPECT_TRUE(Exists(kNode));
-}
-
 TEST_F(ConnxnsTest, BindRemovesEntriesOfAnEarlierRun) {
   Add("192.0.2.1");
   CCDS_Connxns next_run;

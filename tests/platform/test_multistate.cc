@@ -201,19 +201,5 @@ TEST_F(MultistateStore, StringToMultiValue) {
   EXPECT_EQ(element, CElement("kept"));
 }
 
-TEST_F(MultistateStore, NegativeStatesAreNotUnsigned) {
-  Point("/Level", "Multistate", "-1=Low;Normal;High");
-  M states(*cds_);
-  CElement element;
-  bool multistate = false;
-  EXPECT_NE(states.StringToMultiValue("/Level", PCD_TYPE_UINT, "Low", element,
-                                      multistate),
-            0);
-  EXPECT_EQ(states.StringToMultiValue("/Level", PCD_TYPE_INT, "Low", element,
-                                      multistate),
-            0);
-  EXPECT_EQ(element, CElement(int32_t{-1}));
-}
-
 }  // namespace
 }  // namespace toolkit

@@ -62,17 +62,6 @@ class SecurityTest : public StoreTest {
 // ---------------------------------------------------------------------------
 // Roles and the default policy.
 
-TEST(RoleNameTest, ParsesAndNames) {
-  toolkit::pcd_role_t role = toolkit::PCD_ROLE_NONE;
-  EXPECT_TRUE(toolkit::pcd_role_from_name("ADMINISTRATOR", &role));
-  EXPECT_EQ(toolkit::PCD_ROLE_ADMINISTRATOR, role);
-  EXPECT_TRUE(toolkit::pcd_role_from_name("viewer", &role));
-  EXPECT_EQ(toolkit::PCD_ROLE_VIEWER, role);
-  EXPECT_FALSE(toolkit::pcd_role_from_name("root", &role));
-  EXPECT_FALSE(toolkit::pcd_role_from_name("", &role));
-  EXPECT_STREQ("Operator", toolkit::pcd_role_name(toolkit::PCD_ROLE_OPERATOR));
-}
-
 TEST_F(SecurityTest, RoleAccessMatrix) {
   struct Row {
     const char* user;
@@ -210,20 +199,6 @@ TEST_F(SecurityTest, CacheFollowsChangesFromOtherConnections) {
   ASSERT_EQ(0, other->set_leaf("/Dev1/Value", CElement(1), status,
                                PCD_TRIBOOL_UNKNOWN, "other"));
   EXPECT_TRUE(Reads("operator", "/Devices/UPS1/Value"));
-}
-
-TEST_F(SecurityTest, PathMethodsAskForTheNamedUser) {
-  CPath path("/Devices/UPS1/Value");
-  ASSERT_EQ(0, path.normalize());
-  EXPECT_FALSE(path.is_read_authorized(*cds_, ""));
-  EXPECT_TRUE(path.is_read_authorized(*cds_, "operator"));
-  EXPECT_TRUE(path.is_write_authorized(*cds_, "operator"));
-  EXPECT_FALSE(path.is_remove_authorized(*cds_, "operator"));
-  EXPECT_FALSE(path.is_admin_authorized(*cds_, "operator"));
-  EXPECT_FALSE(path.is_reset_authorized(*cds_, "operator"));
-  EXPECT_TRUE(path.is_remove_authorized(*cds_, "admin"));
-  EXPECT_TRUE(path.is_admin_authorized(*cds_, "admin"));
-  EXPECT_TRUE(path.is_reset_authorized(*cds_, "admin"));
 }
 
 TEST(SecurityClosedStoreTest, ClosedHandleAuthorisesNothing) {

@@ -221,11 +221,6 @@ TEST_F(SeedTest, DumpOfASubtreeHoldsOnlyThatSubtree) {
   EXPECT_EQ(text.find("Children"), std::string::npos);
 }
 
-TEST_F(SeedTest, DumpOfAMissingNodeFails) {
-  std::ostringstream out;
-  EXPECT_NE(cds_dump_seed(*cds_, "/Nowhere", out), 0);
-}
-
 // --- the shipped sample --------------------------------------------------
 // (The end-to-end tests serve it; here only what they do not read.)
 

@@ -131,13 +131,6 @@ TEST_F(SysLogTest, FileIsAppendedNotTruncated) {
   EXPECT_NE(std::string::npos, lines[1].find("two["));
 }
 
-TEST_F(SysLogTest, EnvironmentNamesTheFileWhenNoneIsGiven) {
-  setenv("TOOLKIT_LOG_FILE", file_.c_str(), 1);
-  { CSysLog("env", 0, false, false, false, nullptr).warn(0, "from env"); }
-  unsetenv("TOOLKIT_LOG_FILE");
-  EXPECT_NE(std::string::npos, ReadFile(file_).find("from env"));
-}
-
 TEST_F(SysLogTest, LongMessageIsTruncatedToOneLine) {
   std::string huge(100000, 'x');
   {
@@ -162,12 +155,6 @@ TEST_F(SysLogTest, EchoesToStderrWhenItIsLive) {
   std::string expected =
       "echo[" + std::to_string(getpid()) + "]: hello there\n";
   EXPECT_EQ(expected, capture.Take());
-}
-
-TEST_F(SysLogTest, NoEchoWhenDisabled) {
-  StderrCapture capture;
-  CSysLog("quiet", 0, false, false, false, nullptr).info(0, "not echoed");
-  EXPECT_EQ("", capture.Take());
 }
 
 // A daemon starts with fd 2 on /dev/null; whether to echo is decided per

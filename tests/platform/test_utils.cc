@@ -97,19 +97,6 @@ TEST(GetPrimeLocale, SurvivesHugeHeaders) {
 
 class UtilsStoreTest : public testing_store::StoreTest {};
 
-TEST_F(UtilsStoreTest, SupportedLocalesComeFromTheStore) {
-  CCds_Utils utils(*cds_);
-  std::string list = "stale";
-  EXPECT_NE(0, utils.getSupportedLocales(list));
-  EXPECT_EQ("", list);
-
-  AddNode(toolkit::kSupportedLocalesNode);
-  SetText(std::string(toolkit::kSupportedLocalesNode) + "/Value",
-          "en_US;de_DE");
-  EXPECT_EQ(0, utils.getSupportedLocales(list));
-  EXPECT_EQ("en_US;de_DE", list);
-}
-
 TEST_F(UtilsStoreTest, DeviceListIsEveryDeviceInPathOrder) {
   const char* const devices[] = {"/Other/UPS", "/A B", "/A/B",
                                  "/Devices/Meter1", "/Devices/Meter1/Sub"};
@@ -127,22 +114,6 @@ TEST_F(UtilsStoreTest, DeviceListIsEveryDeviceInPathOrder) {
   std::vector<std::string> expected{"/A/B", "/A B", "/Devices/Meter1",
                                     "/Devices/Meter1/Sub", "/Other/UPS"};
   EXPECT_EQ(expected, list);
-}
-
-TEST_F(UtilsStoreTest, RootCanBeADevice) {
-  SetText("/NodeType", "Device");
-  CCds_Utils utils(*cds_);
-  std::vector<std::string> list;
-  ASSERT_EQ(1, utils.GetDeviceList(list));
-  EXPECT_EQ("/", list[0]);
-}
-
-TEST_F(UtilsStoreTest, DeviceListFailsWithoutAStore) {
-  toolkit::CCds closed(static_cast<pcd_handle_t>(nullptr));
-  CCds_Utils utils(closed);
-  std::vector<std::string> list{"stale"};
-  EXPECT_EQ(-1, utils.GetDeviceList(list));
-  EXPECT_TRUE(list.empty());
 }
 
 TEST_F(UtilsStoreTest, QualityComesFromTheNearestNodeThatHasOne) {
