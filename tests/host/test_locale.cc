@@ -5,7 +5,7 @@
 
 #include "host/locale_support.h"
 #include "host/request_context.h"
-#include "tests/common/context_fixture.h"
+#include "tests/common/service_fixture.h"
 
 namespace wsgated {
 
