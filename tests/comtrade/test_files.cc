@@ -10,7 +10,7 @@
 #include "platform/comtrade/comtrade.h"
 #include "platform/comtrade/header_parse.h"
 #include "platform/comtrade/wave_data.h"
-#include "tests/comtrade/record_writer.h"
+#include "tests/comtrade/files.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include "platform/comtrade/parse.h"
 #include "platform/comtrade/record.h"
 #include "platform/comtrade/wave_data.h"
-#include "tests/comtrade/record_writer.h"
+#include "tests/comtrade/files.h"
 
 namespace {
 

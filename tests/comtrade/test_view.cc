@@ -12,7 +12,7 @@
 
 #include "platform/comtrade/comtrade.h"
 #include "platform/comtrade/comtrade_view.h"
-#include "tests/comtrade/record_writer.h"
+#include "tests/comtrade/files.h"
 
 namespace {
 

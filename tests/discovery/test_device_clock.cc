@@ -1,6 +1,5 @@
 // The device clock: which zone name is reported, and local time following
-// the TZ environment variable. (The time base's own offsets are tested in
-// tests/platform/test_qrxtime.cc.)
+// the TZ environment variable.
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -46,6 +45,7 @@ TEST(ReadDeviceClock, ReportsTheZoneNameInForceAndItsOffset) {
   } cases[] = {
       // Daylight time from the first minute of the year to its last.
       {"STD3DST,J1/0,J365/25", "DST", -120},
+      {"CET-1", "CET", 60},
       {"EST5", "EST", -300},
       {"UTC0", "UTC", 0},
   };

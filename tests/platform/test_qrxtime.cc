@@ -1,13 +1,10 @@
-// The time base: conversions to and from timeval, the local offset and
-// the zone names.
+// The time base: conversions to and from timeval, and the clock. (Local
+// time and zone names are tested through the device clock that reports
+// them: tests/discovery/test_device_clock.cc.)
 
 #include "platform/qrxtime.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
-
-#include <cmath>
-#include <string>
 
 namespace {
 
@@ -57,69 +54,6 @@ TEST(QrxTime, NowAgreesWithTheSystemClock) {
   EXPECT_LE(now / 1000000, after);
   time_t mono = qrx_GetMonoTime();
   EXPECT_GE(qrx_GetMonoTime(), mono);
-}
-
-// Sets TZ for one test and restores it afterwards.
-class Zone : public ::testing::Test {
- protected:
-  void SetUp() override {
-    const char* old = getenv("TZ");
-    had_tz_ = old != nullptr;
-    if (had_tz_) old_tz_ = old;
-  }
-  void TearDown() override {
-    if (had_tz_) {
-      setenv("TZ", old_tz_.c_str(), 1);
-    } else {
-      unsetenv("TZ");
-    }
-    tzset();
-  }
-  void Use(const char* zone) {
-    setenv("TZ", zone, 1);
-    tzset();
-  }
-
-  // Local minus UTC "now" in whole seconds; the two reads are microseconds
-  // apart, so rounding removes the difference.
-  static long OffsetNow() {
-    qrx_time64_t utc = qrx_UTCtime64();
-    qrx_time64_t local = qrx_Localtime64();
-    return std::lround((local - utc) / 1e6);
-  }
-
-  bool had_tz_ = false;
-  std::string old_tz_;
-};
-
-TEST_F(Zone, UtcHasNoOffset) {
-  Use("UTC");
-  EXPECT_EQ(OffsetNow(), 0);
-  EXPECT_EQ(qrx_IsDaylightSavings(), 0);
-  EXPECT_STREQ(qrx_GetLocalTimeZoneName().first, "UTC");
-}
-
-TEST_F(Zone, LocalTimeFollowsTheZoneAndItsSummerTime) {
-  Use("Europe/Berlin");
-  auto names = qrx_GetLocalTimeZoneName();
-  EXPECT_STREQ(names.first, "CET");
-  EXPECT_STREQ(names.second, "CEST");
-  long offset = OffsetNow();
-  int dst = qrx_IsDaylightSavings();
-  EXPECT_EQ(offset, dst ? 7200 : 3600);
-
-  // Fixed-rule zones make both seasons testable on any date: the POSIX
-  // rule below is Berlin's, with summer time all year or never.
-  // Summer time from Jan 1 00:00 until Dec 31 26:00, which overlaps the
-  // next year's start: there is no instant without it.
-  Use("CET-1CEST,J1/0,J365/26");
-  EXPECT_EQ(OffsetNow(), 7200);
-  EXPECT_NE(qrx_IsDaylightSavings(), 0);
-  Use("CET-1");  // no summer time
-  EXPECT_EQ(OffsetNow(), 3600);
-  EXPECT_EQ(qrx_IsDaylightSavings(), 0);
-  Use("EST5");
-  EXPECT_EQ(OffsetNow(), -5 * 3600);
 }
 
 }  // namespace
