@@ -1,5 +1,6 @@
 // CCds_Multistate: the possible-values syntax, matching of texts and the
-// node-level calls against a real store.
+// node-level lookups against a real store. (Converting a writer's text is
+// tested through the writes: tests/common/test_writes.cc.)
 
 #include "platform/multistate.h"
 
@@ -14,191 +15,128 @@ namespace {
 
 using M = CCds_Multistate;
 
-TEST(MultistateText, NumbersFollowThePreviousItem) {
-  EXPECT_EQ(M::GetStringValue("Off;On", 0), "Off");
-  EXPECT_EQ(M::GetStringValue("Off;On", 1), "On");
-  EXPECT_EQ(M::GetStringValue("Off;On", 2), "2");
-  EXPECT_EQ(M::GetStringValue("1=Open;2=Closed;4=Tripped", 4), "Tripped");
-  EXPECT_EQ(M::GetStringValue("1=Open;2=Closed;4=Tripped", 3), "3");
-  const std::string mixed = "Normal;Warning;5=Alarm;Fault";
-  EXPECT_EQ(M::GetStringValue(mixed, 0), "Normal");
-  EXPECT_EQ(M::GetStringValue(mixed, 1), "Warning");
-  EXPECT_EQ(M::GetStringValue(mixed, 5), "Alarm");
-  EXPECT_EQ(M::GetStringValue(mixed, 6), "Fault");
-  EXPECT_EQ(M::GetStringValue(mixed, 2), "2");
-  EXPECT_EQ(M::GetStringValue("-2=Low;Mid;High", -1), "Mid");
-  EXPECT_EQ(M::GetStringValue("-2=Low;Mid;High", 0), "High");
-  // Empty items are states too; a text that is not "N=" is all text.
-  EXPECT_EQ(M::GetStringValue("A;;C", 2), "C");
-  EXPECT_EQ(M::GetStringValue("A;;C", 1), "");
-  EXPECT_EQ(M::GetStringValue("x=1;=2;3=", 1), "=2");
-  EXPECT_EQ(M::GetStringValue("x=1;=2;3=", 3), "");
-  EXPECT_EQ(M::GetStringValue("", 0), "0");
-  EXPECT_EQ(M::GetStringValue("", -7), "-7");
-  // The first state of a duplicated number wins.
-  EXPECT_EQ(M::GetStringValue("1=A;1=B", 1), "A");
+// Numbers follow the previous item; empty items are states too; a text
+// that is not "N=" is all text; the first of a duplicated number wins.
+TEST(MultistateText, TextOfAState) {
+  const char* const mixed = "Normal;Warning;5=Alarm;Fault";
+  const char* const numbered = "1=Open;2=Closed;4=Tripped";
+  const struct {
+    const char* list;
+    int32_t value;
+    const char* text;
+  } cases[] = {
+      {"Off;On", 0, "Off"},   {"Off;On", 1, "On"},     {"Off;On", 2, "2"},
+      {numbered, 4, "Tripped"}, {numbered, 3, "3"},    {mixed, 0, "Normal"},
+      {mixed, 1, "Warning"},  {mixed, 5, "Alarm"},     {mixed, 6, "Fault"},
+      {mixed, 2, "2"},        {"-2=Low;Mid;High", -1, "Mid"},
+      {"-2=Low;Mid;High", 0, "High"}, {"A;;C", 2, "C"}, {"A;;C", 1, ""},
+      {"x=1;=2;3=", 1, "=2"}, {"x=1;=2;3=", 3, ""},    {"", 0, "0"},
+      {"", -7, "-7"},         {"1=A;1=B", 1, "A"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(M::GetStringValue(c.list, c.value), c.text)
+        << c.list << " " << c.value;
+  }
 }
 
-TEST(MultistateText, EnumValueFromText) {
-  const std::string list = "Normal;Warning;5=Alarm;Fault";
-  int32_t value = -99;
-  EXPECT_TRUE(M::GetEnumValue(list, "Alarm", value));
-  EXPECT_EQ(value, 5);
-  EXPECT_TRUE(M::GetEnumValue(list, "fault", value));
-  EXPECT_EQ(value, 6);
-  EXPECT_TRUE(M::GetEnumValue(list, "1", value));
-  EXPECT_EQ(value, 1);
-  EXPECT_TRUE(M::GetEnumValue(list, "5", value));
-  EXPECT_EQ(value, 5);
-  value = -99;
-  EXPECT_FALSE(M::GetEnumValue(list, "2", value));  // not a state
-  EXPECT_FALSE(M::GetEnumValue(list, "Alarm ", value));
-  EXPECT_FALSE(M::GetEnumValue(list, "5x", value));
-  EXPECT_FALSE(M::GetEnumValue(list, "", value));
-  EXPECT_FALSE(M::GetEnumValue("", "0", value));
-  EXPECT_EQ(value, -99);  // unchanged by misses
-  // Exact match beats a case-insensitive one, and text beats number.
-  EXPECT_TRUE(M::GetEnumValue("ON;On", "On", value));
-  EXPECT_EQ(value, 1);
-  EXPECT_TRUE(M::GetEnumValue("5=1;1=X", "1", value));
-  EXPECT_EQ(value, 5);
-  EXPECT_TRUE(M::GetEnumValue("-3=Low;High", "-2", value));
-  EXPECT_EQ(value, -2);
+// A state is found by its text in any case, an exact match first, or by
+// its number; a miss leaves the value alone.
+TEST(MultistateText, StateOfAText) {
+  const char* const mixed = "Normal;Warning;5=Alarm;Fault";
+  const struct {
+    const char* list;
+    const char* text;
+    int32_t value;  // -99: no such state
+  } cases[] = {
+      {mixed, "Alarm", 5}, {mixed, "fault", 6},  {mixed, "1", 1},
+      {mixed, "5", 5},     {mixed, "2", -99},    {mixed, "Alarm ", -99},
+      {mixed, "5x", -99},  {mixed, "", -99},     {"", "0", -99},
+      {"ON;On", "On", 1},  {"5=1;1=X", "1", 5},  {"-3=Low;High", "-2", -2},
+  };
+  for (const auto& c : cases) {
+    int32_t value = -99;
+    EXPECT_EQ(c.value != -99, M::GetEnumValue(c.list, c.text, value))
+        << c.list << " " << c.text;
+    EXPECT_EQ(c.value, value) << c.list << " " << c.text;
+  }
 }
 
 TEST(MultistateText, Booleans) {
-  EXPECT_EQ(M::GetBoolPossibleValue("Open;Closed", false), "Open");
-  EXPECT_EQ(M::GetBoolPossibleValue("Open;Closed", true), "Closed");
-  EXPECT_EQ(M::GetBoolPossibleValue("1=Closed;0=Open", true), "Closed");
-  EXPECT_EQ(M::GetBoolPossibleValue("1=Closed;0=Open", false), "Open");
-  EXPECT_EQ(M::GetBoolPossibleValue("false;true", true), "true");
-  EXPECT_EQ(M::GetBoolPossibleValue("One", true), "true");
-  EXPECT_EQ(M::GetBoolPossibleValue("A;B;C", false), "false");
-
-  bool value = false;
-  EXPECT_TRUE(M::GetBoolFromString("Open;Closed", "Closed", value));
-  EXPECT_TRUE(value);
-  EXPECT_TRUE(M::GetBoolFromString("Open;Closed", "OPEN", value));
-  EXPECT_FALSE(value);
-  EXPECT_TRUE(M::GetBoolFromString("Open;Closed", "TRUE", value));
-  EXPECT_TRUE(value);
-  EXPECT_TRUE(M::GetBoolFromString("", "False", value));
-  EXPECT_FALSE(value);
-  EXPECT_TRUE(M::GetBoolFromString("1=Closed;0=Open", "Open", value));
-  EXPECT_FALSE(value);
-  // Exact before any case: "off" is the true text here.
-  EXPECT_TRUE(M::GetBoolFromString("OFF;off", "off", value));
-  EXPECT_TRUE(value);
-  value = true;
-  EXPECT_FALSE(M::GetBoolFromString("Open;Closed", "Shut", value));
-  EXPECT_FALSE(M::GetBoolFromString("", "1", value));
-  EXPECT_FALSE(M::GetBoolFromString("", "yes", value));
-  EXPECT_TRUE(value);
+  const struct {
+    const char* list;
+    bool value;
+    const char* text;
+  } texts[] = {
+      {"Open;Closed", false, "Open"},     {"Open;Closed", true, "Closed"},
+      {"1=Closed;0=Open", true, "Closed"}, {"1=Closed;0=Open", false, "Open"},
+      {"false;true", true, "true"},       {"One", true, "true"},
+      {"A;B;C", false, "false"},
+  };
+  for (const auto& c : texts) {
+    EXPECT_EQ(M::GetBoolPossibleValue(c.list, c.value), c.text) << c.list;
+  }
+  // The states in any case, an exact match first ("off" is the true text
+  // of "OFF;off"), or the words true and false; -1: no such state.
+  const struct {
+    const char* list;
+    const char* text;
+    int value;
+  } values[] = {
+      {"Open;Closed", "Closed", 1},     {"Open;Closed", "OPEN", 0},
+      {"Open;Closed", "TRUE", 1},       {"", "False", 0},
+      {"1=Closed;0=Open", "Open", 0},   {"OFF;off", "off", 1},
+      {"Open;Closed", "Shut", -1},      {"", "1", -1},
+      {"", "yes", -1},
+  };
+  for (const auto& c : values) {
+    bool value = c.value != 1;  // the opposite of a find; kept by a miss
+    EXPECT_EQ(c.value != -1, M::GetBoolFromString(c.list, c.text, value))
+        << c.list << " " << c.text;
+    EXPECT_EQ(c.value != 0, value) << c.list << " " << c.text;
+  }
 }
 
-// A store with a multistate point, a boolean point with states, one
-// without, and a plain integer.
-class MultistateStore : public testing_store::StoreTest {
- protected:
-  void SetUp() override {
-    StoreTest::SetUp();
-    Point("/Breaker/State", "Multistate", "1=Open;2=Closed;4=Tripped");
-    SetText("/Breaker/State/WritableValues", "1=Open;2=Closed");
-    Point("/Breaker/Armed", "Boolean", "Disarmed;Armed");
-    Point("/Breaker/Plain", "Boolean", nullptr);
-    Point("/Breaker/Count", "Integer", "Zero;One");
-    Point("/Breaker/Listless", "multistate", nullptr);
-  }
+class MultistateStore : public testing_store::StoreTest {};
 
-  void Point(const std::string& node, const char* type, const char* states) {
+// A multistate point whose writers may set only some states, a boolean
+// point with states, one without, and an integer with a list.
+TEST_F(MultistateStore, PossibleValuesAndWhatIsAMultistate) {
+  for (const auto& [node, type] :
+       {std::pair<std::string, const char*>{"/B/State", "Multistate"},
+        {"/B/Armed", "Boolean"}, {"/B/Plain", "Boolean"},
+        {"/B/Count", "Integer"}, {"/B/Listless", "multistate"}}) {
     AddNode(node);
     SetText(node + "/ValueType", type);
-    if (states != nullptr) SetText(node + "/PossibleValues", states);
   }
-};
-
-TEST_F(MultistateStore, PossibleValuesPreferWritableForWriters) {
+  SetText("/B/State/PossibleValues", "1=Open;2=Closed;4=Tripped");
+  SetText("/B/State/WritableValues", "1=Open;2=Closed");
+  SetText("/B/Armed/PossibleValues", "Disarmed;Armed");
+  SetText("/B/Count/PossibleValues", "Zero;One");
   M states(*cds_);
   std::string text;
-  EXPECT_TRUE(states.GetPossibleValues("/Breaker/State", false, text));
+  EXPECT_TRUE(states.GetPossibleValues("/B/State", false, text));
   EXPECT_EQ(text, "1=Open;2=Closed;4=Tripped");
-  EXPECT_TRUE(states.GetPossibleValues("/Breaker/State/Value", true, text));
-  EXPECT_EQ(text, "1=Open;2=Closed");
-  EXPECT_TRUE(states.GetPossibleValues("/Breaker/Armed", true, text));
+  EXPECT_TRUE(states.GetPossibleValues("/B/State/Value", true, text));
+  EXPECT_EQ(text, "1=Open;2=Closed");  // writers get theirs
+  EXPECT_TRUE(states.GetPossibleValues("/B/Armed", true, text));
   EXPECT_EQ(text, "Disarmed;Armed");
-  EXPECT_FALSE(states.GetPossibleValues("/Breaker/Plain", false, text));
-  EXPECT_EQ(text, "");
-  EXPECT_FALSE(states.GetPossibleValues("/Nowhere", false, text));
-  EXPECT_FALSE(states.GetPossibleValues("not a path", false, text));
-
-  EXPECT_EQ(states.GetBoolPossibleValues("/Breaker/Armed", false),
-            "Disarmed;Armed");
-  EXPECT_EQ(states.GetBoolPossibleValues("/Breaker/Plain", false),
-            "false;true");
-  EXPECT_EQ(states.GetBoolPossibleValues("/Breaker/State", false),
-            "false;true");  // three states: not a boolean list
-}
-
-TEST_F(MultistateStore, IsMultistate) {
-  M states(*cds_);
-  EXPECT_TRUE(states.IsMultistate("/Breaker/State", true));
-  EXPECT_TRUE(states.IsMultistate("/Breaker/State/Value", false));
-  EXPECT_TRUE(states.IsMultistate("/Breaker/Listless", false));
-  EXPECT_FALSE(states.IsMultistate("/Breaker/Listless", true));
-  EXPECT_FALSE(states.IsMultistate("/Breaker/Count", false));
-  EXPECT_FALSE(states.IsMultistate("/Breaker/Armed", false));
-  EXPECT_FALSE(states.IsMultistate("/Nowhere", false));
-}
-
-TEST_F(MultistateStore, StringToMultiValue) {
-  M states(*cds_);
-  CElement element("unchanged");
-  timeval stamp = {1234, 5};
-  element.set_time(stamp);
-  bool multistate = false;
-
-  EXPECT_EQ(states.StringToMultiValue("/Breaker/State/Value", PCD_TYPE_INT,
-                                      "closed", element, multistate),
-            0);
-  EXPECT_TRUE(multistate);
-  EXPECT_EQ(element, CElement(int32_t{2}));
-  EXPECT_EQ(element.get_time().tv_sec, 1234);
-  // Tripped is a state, but not one a writer may set.
-  EXPECT_NE(states.StringToMultiValue("/Breaker/State/Value", PCD_TYPE_INT,
-                                      "Tripped", element, multistate),
-            0);
-  EXPECT_TRUE(multistate);
-  EXPECT_EQ(element, CElement(int32_t{2}));
-  EXPECT_EQ(states.StringToMultiValue("/Breaker/State", PCD_TYPE_UINT, "1",
-                                      element, multistate),
-            0);
-  EXPECT_EQ(element, CElement(uint32_t{1}));
-
-  EXPECT_EQ(states.StringToMultiValue("/Breaker/Armed/Value", PCD_TYPE_BOOL,
-                                      "Armed", element, multistate),
-            0);
-  EXPECT_TRUE(multistate);
-  EXPECT_EQ(element, CElement(true));
-  EXPECT_NE(states.StringToMultiValue("/Breaker/Armed", PCD_TYPE_BOOL, "On",
-                                      element, multistate),
-            0);
-  EXPECT_TRUE(multistate);
-
-  // Without states there is nothing to match: the caller converts.
-  element.set_string("kept");
-  EXPECT_NE(states.StringToMultiValue("/Breaker/Plain", PCD_TYPE_BOOL, "true",
-                                      element, multistate),
-            0);
-  EXPECT_FALSE(multistate);
-  EXPECT_NE(states.StringToMultiValue("/Breaker/Count", PCD_TYPE_INT, "One",
-                                      element, multistate),
-            0);
-  EXPECT_FALSE(multistate);
-  EXPECT_NE(states.StringToMultiValue("/Breaker/State", PCD_TYPE_REAL, "1",
-                                      element, multistate),
-            0);
-  EXPECT_FALSE(multistate);
-  EXPECT_EQ(element, CElement("kept"));
+  for (const char* path : {"/B/Plain", "/Nowhere", "not a path"}) {
+    EXPECT_FALSE(states.GetPossibleValues(path, false, text)) << path;
+    EXPECT_EQ(text, "") << path;
+  }
+  // Three states are no boolean list.
+  EXPECT_EQ(states.GetBoolPossibleValues("/B/Armed", false), "Disarmed;Armed");
+  EXPECT_EQ(states.GetBoolPossibleValues("/B/Plain", false), "false;true");
+  EXPECT_EQ(states.GetBoolPossibleValues("/B/State", false), "false;true");
+  const std::pair<const char*, bool> multistate[] = {
+      {"/B/State/Value", true}, {"/B/Listless", true}, {"/B/Count", false},
+      {"/B/Armed", false},      {"/Nowhere", false}};
+  for (const auto& [path, is] : multistate) {
+    EXPECT_EQ(is, states.IsMultistate(path, false)) << path;
+  }
+  // Requiring values, only one that has its states.
+  EXPECT_TRUE(states.IsMultistate("/B/State", true));
+  EXPECT_FALSE(states.IsMultistate("/B/Listless", true));
 }
 
 }  // namespace

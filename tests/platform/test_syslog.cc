@@ -103,46 +103,29 @@ TEST_F(SysLogTest, LevelGatesEveryCall) {
   EXPECT_NE(std::string::npos, lines[3].find("write-is-not-gated"));
 }
 
-TEST_F(SysLogTest, FileLinesCarryTimeIdentAndPid) {
+// One line per message, however long, each with time, ident and pid; a
+// second log appends to the file.
+TEST_F(SysLogTest, FileLinesAreWholeStampedAndAppended) {
   {
     CSysLog log("mirror", 0, false, true, false, file_.c_str());
     log.info(0, "value %d of %s", 42, "answer");
     log.info(0, "trailing newline is not doubled\n");
+    log.info(0, "%s", std::string(100000, 'x').c_str());
   }
+  { CSysLog("two", 0, false, false, false, file_.c_str()).info(0, "after"); }
   std::vector<std::string> lines = Lines(ReadFile(file_));
-  ASSERT_EQ(2u, lines.size());
+  ASSERT_EQ(4u, lines.size());
   const std::string& line = lines[0];
   // "YYYY-MM-DDTHH:MM:SS.mmmZ mirror[pid]: value 42 of answer"
   ASSERT_GT(line.size(), 25u);
   EXPECT_EQ('T', line[10]);
   EXPECT_EQ('Z', line[23]);
-  std::string tail = " mirror[" + std::to_string(getpid()) +
-                     "]: value 42 of answer";
-  EXPECT_EQ(tail, line.substr(24));
+  EXPECT_EQ(" mirror[" + std::to_string(getpid()) + "]: value 42 of answer",
+            line.substr(24));
   EXPECT_NE(std::string::npos, lines[1].find("not doubled"));
-}
-
-TEST_F(SysLogTest, FileIsAppendedNotTruncated) {
-  { CSysLog("one", 0, false, false, false, file_.c_str()).info(0, "first"); }
-  { CSysLog("two", 0, false, false, false, file_.c_str()).info(0, "second"); }
-  std::vector<std::string> lines = Lines(ReadFile(file_));
-  ASSERT_EQ(2u, lines.size());
-  EXPECT_NE(std::string::npos, lines[0].find("one["));
-  EXPECT_NE(std::string::npos, lines[1].find("two["));
-}
-
-TEST_F(SysLogTest, LongMessageIsTruncatedToOneLine) {
-  std::string huge(100000, 'x');
-  {
-    CSysLog log("long", 0, false, false, false, file_.c_str());
-    log.info(0, "%s", huge.c_str());
-    log.info(0, "after");
-  }
-  std::vector<std::string> lines = Lines(ReadFile(file_));
-  ASSERT_EQ(2u, lines.size());
-  EXPECT_LT(lines[0].size(), 4096u);
-  EXPECT_GT(lines[0].size(), 1000u);
-  EXPECT_NE(std::string::npos, lines[1].find("after"));
+  EXPECT_LT(lines[2].size(), 4096u);
+  EXPECT_GT(lines[2].size(), 1000u);
+  EXPECT_NE(std::string::npos, lines[3].find("two["));
 }
 
 TEST_F(SysLogTest, EchoesToStderrWhenItIsLive) {
