@@ -145,18 +145,3 @@ class StackTestCase(unittest.TestCase):
         None when it cannot be read."""
         done = self.stack.cdsctl("get", path, check=False)
         return done.stdout.strip() if done.returncode == 0 else None
-
-    def log_mark(self):
-        """Where the daemon's log ends now; see log_since."""
-        return len(self.stack.daemon_log())
-
-    def log_since(self, mark):
-        return self.stack.daemon_log()[mark:]
-
-    def assertRefusedByDaemon(self, answer, path, mark):
-        """A write refused with HTTP 401 by the daemon, not by nginx: since
-        `mark` the daemon has logged the refused path."""
-        self.assertEqual(401, answer.status, answer.text)
-        self.assertIsNone(answer.results)
-        self.assertIn("Unauthorized attempt to write to %s" % path,
-                      self.log_since(mark))
