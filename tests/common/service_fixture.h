@@ -121,6 +121,17 @@ class ServiceTest : public ContextTest {
     return options;
   }
 
+  // The leaf at `path`, which must be readable.
+  toolkit::CElement Stored(const std::string& path,
+                           element_property_t* property = nullptr) {
+    api_status_t status = API_STATUS_UNKNOWN;
+    toolkit::CElement element;
+    element_property_t ignored = PCD_PROP_NORMAL;
+    ctx_->cds.get_leaf(path, status, element, property ? *property : ignored);
+    EXPECT_EQ(API_STATUS_OK, status) << path;
+    return element;
+  }
+
   bool LogHas(const std::string& needle) const {
     return Log().find(needle) != std::string::npos;
   }

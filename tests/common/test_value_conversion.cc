@@ -120,72 +120,59 @@ TEST_F(ConvertText, OptionsShapeTheErrorResult) {
 
 // --- re-casting stored values ------------------------------------------------
 
-class RecastAttribute : public ServiceTest {
- protected:
-  void Read(const std::string& path, CElement& element,
-            element_property_t& property) {
-    api_status_t status = API_STATUS_UNKNOWN;
-    ASSERT_EQ(0, ctx_->cds.get_leaf(path, status, element, property));
-    ASSERT_EQ(API_STATUS_OK, status) << path;
-  }
-};
+class RecastAttribute : public ServiceTest {};
 
-TEST_F(RecastAttribute, ConvertsAndKeepsPersistence) {
+// Enumerated types convert by state name, a boolean without a list like
+// client text; an unconvertible value is only logged; counters are never
+// re-cast, nor a value of the type already, nor what does not exist.
+TEST_F(RecastAttribute, ConvertsStoredValuesKeepingTheirProperty) {
   Seed("[/Dev/P]\nValueType = Integer\nValue:Real@persistent = 230\n"
-       ".AlarmOnValue:Real = 5\n");
-  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/P", "Integer", "Value"));
-  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/P", "Integer", ".AlarmOnValue"));
-  CElement element;
-  element_property_t property = PCD_PROP_NORMAL;
-  Read("/Dev/P/Value", element, property);
-  EXPECT_EQ(PCD_TYPE_INT, element.get_type());
-  EXPECT_EQ(230, element.to_int());
-  EXPECT_EQ(PCD_PROP_PERSISTENT, property);
-  Read("/Dev/P/.AlarmOnValue", element, property);
-  EXPECT_EQ(PCD_TYPE_INT, element.get_type());
-  EXPECT_EQ(PCD_PROP_NORMAL, property);
+       ".AlarmOnValue:Real = 5\n"
+       "[/Dev/M]\nValueType = Multistate\nPossibleValues = Off;On\n"
+       "Value:String = On\n"
+       "[/Dev/B]\nValueType = Boolean\nValue:String = TRUE\n"
+       "[/Dev/F]\nValueType = Integer\nValue:Real = 230.4\n"
+       "[/Dev/U]\nValueType = Unsigned\nValue = 7\n"
+       "[/Dev/R]\nValueType = Real\nValue = 1.5\n[/Dev/E]\nValueType = Real\n");
+  const struct {
+    const char* node;
+    const char* type;
+    const char* attribute;
+    int rc;  // 0, or 1 for "not 0"
+    data_type_t stored;
+    element_property_t property;
+  } cases[] = {
+      {"/Dev/P", "Integer", "Value", 0, PCD_TYPE_INT, PCD_PROP_PERSISTENT},
+      {"/Dev/P", "Integer", ".AlarmOnValue", 0, PCD_TYPE_INT, PCD_PROP_NORMAL},
+      {"/Dev/M", "Multistate", "Value", 0, PCD_TYPE_INT, PCD_PROP_NORMAL},
+      {"/Dev/B", "Boolean", "Value", 0, PCD_TYPE_BOOL, PCD_PROP_NORMAL},
+      {"/Dev/F", "Integer", "Value", 1, PCD_TYPE_REAL, PCD_PROP_NORMAL},
+      {"/Dev/U", "Integer", "Value", 0, PCD_TYPE_UINT, PCD_PROP_NORMAL},
+      {"/Dev/R", "real", "Value", 0, PCD_TYPE_REAL, PCD_PROP_NORMAL},
+      {"/Dev/E", "Integer", ".AlarmOnValue", 0, PCD_TYPE_NONE,
+       PCD_PROP_NORMAL},
+      {"/Dev/Missing", "Integer", "Value", 0, PCD_TYPE_NONE, PCD_PROP_NORMAL},
+  };
+  for (const auto& c : cases) {
+    const std::string path = std::string(c.node) + "/" + c.attribute;
+    EXPECT_EQ(c.rc, recastAttribute(ctx_->cds, c.node, c.type, c.attribute)
+                        != 0) << path;
+    api_status_t status = API_STATUS_UNKNOWN;
+    CElement element;
+    element_property_t property = PCD_PROP_NORMAL;
+    ctx_->cds.get_leaf(path, status, element, property);
+    EXPECT_EQ(c.stored, element.get_type()) << path;
+    EXPECT_EQ(c.property, property) << path;
+  }
+  EXPECT_EQ(230, Stored("/Dev/P/Value").to_int());
+  EXPECT_EQ(1, Stored("/Dev/M/Value").to_int());
+  EXPECT_TRUE(Stored("/Dev/B/Value").to_bool());
   EXPECT_TRUE(LogHas("Recasting /Dev/P/Value as Integer"));
   EXPECT_TRUE(LogHas("Recasting /Dev/P/.AlarmOnValue as Integer"));
-}
-
-TEST_F(RecastAttribute, EnumeratedTypesConvertByStateName) {
-  Seed("[/Dev/M]\nValueType = Multistate\nPossibleValues = Off;On\n"
-       "Value:String = On\n"
-       "[/Dev/B]\nValueType = Boolean\nValue:String = TRUE\n");
-  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/M", "Multistate", "Value"));
-  // Without a list of its own a boolean converts like client text.
-  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/B", "Boolean", "Value"));
-  CElement element;
-  element_property_t property = PCD_PROP_NORMAL;
-  Read("/Dev/M/Value", element, property);
-  EXPECT_EQ(PCD_TYPE_INT, element.get_type());
-  EXPECT_EQ(1, element.to_int());
-  Read("/Dev/B/Value", element, property);
-  EXPECT_EQ(PCD_TYPE_BOOL, element.get_type());
-  EXPECT_TRUE(element.to_bool());
-}
-
-TEST_F(RecastAttribute, UnconvertibleValueIsOnlyLogged) {
-  Seed("[/Dev/P]\nValueType = Integer\nValue:Real = 230.4\n");
-  EXPECT_NE(0, recastAttribute(ctx_->cds, "/Dev/P", "Integer", "Value"));
-  EXPECT_TRUE(LogHas("Failed to re-cast /Dev/P/Value as Integer"));
-  CElement element;
-  element_property_t property = PCD_PROP_NORMAL;
-  Read("/Dev/P/Value", element, property);
-  EXPECT_EQ(PCD_TYPE_REAL, element.get_type());
-}
-
-TEST_F(RecastAttribute, NothingToDoLeavesTheLeafAlone) {
-  Seed("[/Dev/U]\nValueType = Unsigned\nValue = 7\n"
-       "[/Dev/R]\nValueType = Real\nValue = 1.5\n"
-       "[/Dev/E]\nValueType = Real\n");
-  // Counters are never re-cast; same type; no such attribute or node.
-  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/U", "Integer", "Value"));
-  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/R", "real", "Value"));
-  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/E", "Integer", ".AlarmOnValue"));
-  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/Missing", "Integer", "Value"));
-  EXPECT_FALSE(LogHas("ecast"));
-  EXPECT_FALSE(LogHas("re-cast"));
+  EXPECT_TRUE(LogHas("Failed to re-cast /Dev/F/Value as Integer"));
+  for (const char* node : {"/Dev/U", "/Dev/R", "/Dev/E", "/Dev/Missing"}) {
+    EXPECT_FALSE(LogHas(std::string("ecasting ") + node)) << node;
+  }
 }
 
 // --- a node's type -------------------------------------------------------------
@@ -213,14 +200,12 @@ class LookupValueType : public ServiceTest {
   bool enumerated_ = false;
 };
 
-TEST_F(LookupValueType, ShortOrMissingTypeIsText) {
+// Entries of the call come before the store's; a type name too short or
+// missing is text.
+TEST_F(LookupValueType, PrefetchedEntriesComeFirst) {
   EXPECT_EQ(PCD_TYPE_STRING, Lookup("/Dev/S", nullptr));
   EXPECT_FALSE(enumerated_);
   EXPECT_EQ(PCD_TYPE_STRING, Lookup("/Dev/Missing", nullptr));
-  EXPECT_FALSE(enumerated_);
-}
-
-TEST_F(LookupValueType, PrefetchedEntriesComeFirst) {
   const std::vector<PrefetchedLeaf> prefetched = {
       {"/Dev/R/ValueType", "Multistate"},
       {"/Dev/R/PossibleValues", "Low;High"},

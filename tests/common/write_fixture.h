@@ -79,17 +79,6 @@ class WriteTest : public ServiceTest {
     return WriteMany(paths, values, "", true);
   }
 
-  // The leaf at `path`, which must be readable.
-  toolkit::CElement Stored(const std::string& path,
-                           element_property_t* property = nullptr) {
-    api_status_t status = API_STATUS_UNKNOWN;
-    toolkit::CElement element;
-    element_property_t ignored = PCD_PROP_NORMAL;
-    ctx_->cds.get_leaf(path, status, element, property ? *property : ignored);
-    EXPECT_EQ(API_STATUS_OK, status) << path;
-    return element;
-  }
-
   // Who the store recorded as the last writer of a leaf ("" when none).
   // The client API has no call for it, so this reads the store file.
   std::string Writer(const std::string& node, const std::string& attribute) {
