@@ -8,10 +8,8 @@
 #define TESTS_COMMON_SERVICE_FIXTURE_H_
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <boost/locale.hpp>
-#include <filesystem>
 #include <fstream>
 #include <locale>
 #include <memory>
@@ -24,6 +22,7 @@
 #include "platform/cds.h"
 #include "platform/seed.h"
 #include "platform/syslog.h"
+#include "tests/platform/temp_dir.h"
 
 namespace wsgated {
 
@@ -38,9 +37,6 @@ inline std::string NameOf(const std::locale& locale) {
 class ContextTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    char tmpl[] = "/tmp/wsgated_host_test.XXXXXX";
-    ASSERT_NE(nullptr, mkdtemp(tmpl));
-    dir_ = tmpl;
     ASSERT_EQ(0, cds_create(dir_ + "/cds.db", false));
     setenv("TOOLKIT_CDS_PATH", (dir_ + "/cds.db").c_str(), 1);
     log_path_ = dir_ + "/wsgated.log";
@@ -57,8 +53,6 @@ class ContextTest : public ::testing::Test {
     delete toolkit::g_syslog;
     toolkit::g_syslog = nullptr;
     unsetenv("TOOLKIT_CDS_PATH");
-    std::error_code ignored;
-    std::filesystem::remove_all(dir_, ignored);
   }
 
   std::string Log() const {
@@ -78,7 +72,8 @@ class ContextTest : public ::testing::Test {
     return count;
   }
 
-  std::string dir_;
+  testing_files::TempDir temp_;
+  std::string dir_ = temp_.path();
   std::string log_path_;
   std::locale saved_global_;
   std::unique_ptr<ServiceContext> ctx_;

@@ -1,14 +1,13 @@
-// Test support: temporary folders and whole-file reads and writes.
+// Test support: whole-file reads and writes, and temporary folders.
 
 #ifndef TESTS_COMTRADE_FILES_H_
 #define TESTS_COMTRADE_FILES_H_
 
-#include <stdlib.h>
-
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
+
+#include "tests/platform/temp_dir.h"
 
 namespace comtrade_test {
 
@@ -23,28 +22,7 @@ inline std::string ReadFile(const std::string& path) {
   return bytes.str();
 }
 
-// A fresh folder below the system's temporary folder, removed with
-// everything in it at destruction.
-class TempDir {
- public:
-  TempDir() {
-    std::string pattern =
-        (std::filesystem::temp_directory_path() / "comtrade-test-XXXXXX")
-            .string();
-    path_ = mkdtemp(&pattern[0]) == nullptr ? "" : pattern;
-  }
-  ~TempDir() {
-    std::error_code ignored;
-    if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
-  }
-  const std::string& path() const { return path_; }
-  std::string operator/(const std::string& name) const {
-    return path_ + "/" + name;
-  }
-
- private:
-  std::string path_;
-};
+using TempDir = testing_files::TempDir;
 
 }  // namespace comtrade_test
 

@@ -18,32 +18,15 @@
 #include "platform/cds.h"
 #include "platform/log.h"
 #include "tests/platform/child_process.h"
+#include "tests/platform/temp_dir.h"
 
 namespace {
 
 using testing_child::ChildProcess;
+using testing_files::TempDir;
 using toolkit::CElement;
 using toolkit::CEvent;
 using Seqs = std::vector<uint32_t>;
-
-// A folder from mkdtemp, removed with its contents at the end.
-class TempDir {
- public:
-  TempDir() {
-    char tmpl[] = "/tmp/toolkit_log_test.XXXXXX";
-    if (mkdtemp(tmpl) != nullptr) dir_ = tmpl;
-  }
-  ~TempDir() {
-    std::error_code ignored;
-    if (!dir_.empty()) std::filesystem::remove_all(dir_, ignored);
-  }
-  TempDir(const TempDir&) = delete;
-  TempDir& operator=(const TempDir&) = delete;
-  std::string path(const std::string& name) const { return dir_ + "/" + name; }
-
- private:
-  std::string dir_;
-};
 
 // A value change at `sec`.`usec` with sequence index `seq` on `path`; the
 // sequence index names the record in the tests' expectations.
@@ -94,7 +77,7 @@ class LogTest : public ::testing::Test {
   }
 
   TempDir dir_;
-  std::string path_ = dir_.path("test.db");
+  std::string path_ = dir_ / "test.db";
   pcd_log_writer_t writer_ = nullptr;
   pcd_log_handle_t reader_ = nullptr;
 };
@@ -116,7 +99,7 @@ int OpenReader(const std::string& path, pcd_log_handle_t* handle) {
 
 TEST(LogOpen, MissingFileFailsAndIsNotCreated) {
   TempDir dir;
-  const std::string path = dir.path("absent.db");
+  const std::string path = dir / "absent.db";
   pcd_log_handle_t reader = nullptr;
   EXPECT_EQ(LOG_STATUS_NO_FILE, OpenReader(path, &reader));
   EXPECT_EQ(nullptr, reader);
@@ -139,10 +122,10 @@ TEST(LogOpen, ForeignFilesAreRefusedAndLeftUntouched) {
       {"store.db", nullptr, LOG_STATUS_NOT_LOG},  // SQLite, not a log
       {"folder.db", nullptr, LOG_STATUS_NOT_DATABASE},
   };
-  ASSERT_EQ(0, cds_create(dir.path("store.db"), false));
-  ASSERT_EQ(0, mkdir(dir.path("folder.db").c_str(), 0700));
+  ASSERT_EQ(0, cds_create(dir / "store.db", false));
+  ASSERT_EQ(0, mkdir((dir / "folder.db").c_str(), 0700));
   for (const Case& c : cases) {
-    const std::string path = dir.path(c.name);
+    const std::string path = dir / c.name;
     if (c.text != nullptr) std::ofstream(path, std::ios::binary) << c.text;
     const std::string before = Contents(path);
     pcd_log_handle_t reader = nullptr;
@@ -157,7 +140,7 @@ TEST(LogOpen, ForeignFilesAreRefusedAndLeftUntouched) {
 
 TEST(LogOpen, DamagedLogFailsWithAStatus) {
   TempDir dir;
-  const std::string path = dir.path("log.db");
+  const std::string path = dir / "log.db";
   pcd_log_writer_t writer = nullptr;
   ASSERT_EQ(0, pcd_log_open_writer(path.c_str(), nullptr, &writer));
   std::vector<toolkit::CEvent> batch(50, Record(1, 0, 1));
@@ -181,7 +164,7 @@ TEST(LogOpen, DamagedLogFailsWithAStatus) {
 
 TEST(LogOpen, UnsupportedFlagsAndSettingsAreRefused) {
   TempDir dir;
-  const std::string path = dir.path("log.db");
+  const std::string path = dir / "log.db";
   pcd_log_writer_t writer = nullptr;
   ASSERT_EQ(0, pcd_log_open_writer(path.c_str(), nullptr, &writer));
   pcd_log_close_writer(writer);
@@ -212,7 +195,7 @@ TEST(LogOpen, UnsupportedFlagsAndSettingsAreRefused) {
 
 TEST(LogOpen, LockedLogOpensAndRetrieveFailsFast) {
   TempDir dir;
-  const std::string path = dir.path("log.db");
+  const std::string path = dir / "log.db";
   pcd_log_writer_t writer = nullptr;
   ASSERT_EQ(0, pcd_log_open_writer(path.c_str(), nullptr, &writer));
   std::vector<toolkit::CEvent> batch = {Record(1, 0, 1)};
@@ -280,7 +263,7 @@ TEST_F(LogTest, LogNumbersRecordsAndAlarmsKeepTheirNumbers) {
 
 TEST_F(LogTest, CapDropsTheOldestAndNumbersAreNeverReused) {
   CloseLog();
-  path_ = dir_.path("capped.db");
+  path_ = dir_ / "capped.db";
   OpenLog(4);
   // Time order differs from append order: the cap keeps the newest times.
   Append({Record(30, 0, 3), Record(10, 0, 1), Record(50, 0, 5)});
@@ -511,7 +494,7 @@ class LogProcessTest : public ::testing::Test {
   }
 
   TempDir dir_;
-  std::string path_ = dir_.path("shared.db");
+  std::string path_ = dir_ / "shared.db";
   pcd_log_handle_t reader_ = nullptr;
 };
 

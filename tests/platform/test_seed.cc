@@ -4,7 +4,6 @@
 #include "platform/seed.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <filesystem>
 #include <fstream>
@@ -14,31 +13,13 @@
 #include "platform/cds.h"
 #include "platform/element.h"
 #include "platform/path.h"
+#include "tests/platform/temp_store.h"
 
 namespace toolkit {
 namespace {
 
-// A fresh store in its own temporary folder.
-class SeedTest : public ::testing::Test {
+class SeedTest : public testing_store::StoreTest {
  protected:
-  void SetUp() override {
-    char pattern[] = "/tmp/seedtest.XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
-    cds_ = OpenNew("cds.db");
-    ASSERT_TRUE(cds_ && cds_->is_open());
-  }
-  void TearDown() override {
-    cds_.reset();
-    std::filesystem::remove_all(dir_);
-  }
-
-  std::unique_ptr<CCds> OpenNew(const std::string& name) {
-    std::string path = dir_ + "/" + name;
-    if (cds_create(path, false) != 0) return nullptr;
-    return std::unique_ptr<CCds>(new CCds(pcd_open(path.c_str())));
-  }
-
   // "" when the text loads, else the loader's error.
   static std::string Load(CCds& cds, const std::string& text) {
     std::string error;
@@ -64,13 +45,6 @@ class SeedTest : public ::testing::Test {
     cds_->get_leaf(path, leaf.status, leaf.element, leaf.property);
     return leaf;
   }
-  bool NodeExists(const std::string& path) {
-    api_status_t status = API_STATUS_UNKNOWN;
-    return cds_->test_node(path, status) == 0 && status == API_STATUS_OK;
-  }
-
-  std::string dir_;
-  std::unique_ptr<CCds> cds_;
 };
 
 // --- typing ----------------------------------------------------------------
@@ -172,7 +146,7 @@ TEST_F(SeedTest, AFailedLoadLeavesTheStoreAsItWas) {
   ASSERT_EQ(Load("[/Keep]\nValue = 1\n"), "");
   EXPECT_EQ(Load("[/New]\nValue = 2\n[/Keep]\nValue = 9\nbogus\n"),
             "5: expected 'attribute = value'");
-  EXPECT_FALSE(NodeExists("/New"));
+  EXPECT_FALSE(Exists("/New"));
   EXPECT_EQ(Get("/Keep/Value").element.to_string(), "1");
 }
 
@@ -193,8 +167,9 @@ const char kMixedSeed[] =
 TEST_F(SeedTest, DumpLoadsBackIntoTheSameTree) {
   ASSERT_EQ(Load(kMixedSeed), "");
   std::string first = Dump(*cds_, "/");
-  std::unique_ptr<CCds> copy = OpenNew("copy.db");
-  ASSERT_TRUE(copy && copy->is_open());
+  testing_store::TempStore other;
+  std::unique_ptr<CCds> copy = other.Open();
+  ASSERT_TRUE(copy->is_open());
   ASSERT_EQ(Load(*copy, first), "") << first;
   EXPECT_EQ(Dump(*copy, "/"), first);
   // Types and properties survive, not just texts.
@@ -249,7 +224,7 @@ TEST_F(SampleSeedTest, AlarmSourcesAreRealPointsWithAlarmProperties) {
     if (alarm.find("/AlarmCount") != std::string::npos) continue;
     ++count;
     std::string source = Get(alarm + "/SourcePath/Value").element.to_string();
-    EXPECT_TRUE(NodeExists(source)) << source;
+    EXPECT_TRUE(Exists(source)) << source;
     EXPECT_EQ(Get(source + "/.BasePriority").status, API_STATUS_OK);
     EXPECT_EQ(Get(source + "/.AutoClosing").element.get_type(),
               PCD_TYPE_BOOL);

@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/platform/temp_dir.h"
+
 namespace {
 
 using toolkit::CSysLog;
@@ -68,18 +70,8 @@ class StderrCapture {
 
 class SysLogTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    char tmpl[] = "/tmp/test_syslog.XXXXXX";
-    ASSERT_NE(nullptr, mkdtemp(tmpl));
-    dir_ = tmpl;
-    file_ = dir_ + "/daemon.log";
-  }
-  void TearDown() override {
-    unlink(file_.c_str());
-    rmdir(dir_.c_str());
-  }
-  std::string dir_;
-  std::string file_;
+  testing_files::TempDir dir_;
+  std::string file_ = dir_ / "daemon.log";
 };
 
 TEST_F(SysLogTest, LevelGatesEveryCall) {

@@ -26,6 +26,7 @@
 #include "platform/multistate.h"
 #include "platform/qrxtime.h"
 #include "tests/platform/temp_store.h"
+#include "tests/platform/temp_dir.h"
 
 namespace toolkit {
 namespace {
@@ -317,12 +318,9 @@ TEST(Element, EqualityComparesTypeAndValueNotTime) {
 class Translation : public ::testing::Test {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/element-test-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
-    const std::string messages = dir_ + "/de_DE/LC_MESSAGES";
+    const std::string messages = dir_ / "de_DE/LC_MESSAGES";
     std::filesystem::create_directories(messages);
-    std::ofstream po(dir_ + "/toolkit.po");
+    std::ofstream po(dir_ / "toolkit.po");
     po << "msgid \"\"\nmsgstr \"Content-Type: text/plain; charset=UTF-8\\n\"\n"
        << "msgid \"Off\"\nmsgstr \"Aus\"\n"
        << "msgid \"On\"\nmsgstr \"Ein\"\n"
@@ -331,24 +329,22 @@ class Translation : public ::testing::Test {
        << "msgid \"Normal;Alarm\"\nmsgstr \"Gut;Schlecht\"\n"
        << "msgid \"Voltage\"\nmsgstr \"Spannung\"\n";
     po.close();
-    std::string compile = "msgfmt -o " + messages + "/toolkit.mo " + dir_ +
-                          "/toolkit.po";
+    const std::string compile =
+        "msgfmt -o " + messages + "/toolkit.mo " + (dir_ / "toolkit.po");
     ASSERT_EQ(system(compile.c_str()), 0);
 
     boost::locale::generator generator;
-    generator.add_messages_path(dir_);
+    generator.add_messages_path(dir_.path());
     generator.add_messages_domain("toolkit/UTF-8");
     generator.characters(boost::locale::char_facet);
     german_ = generator("de_DE.UTF-8");
   }
 
-  void TearDown() override { std::filesystem::remove_all(dir_); }
-
   std::string translate(const std::string& text) {
     return CElement(text).to_translated_string(german_, "toolkit");
   }
 
-  std::string dir_;
+  testing_files::TempDir dir_;
   std::locale german_;
 };
 
