@@ -209,31 +209,6 @@ TEST_F(RefusalTest, OthersThanAdministratorsChangeNothing) {
   EXPECT_TRUE(LogHas("Unauthorized node removal attempted on /Devices/Dev1"));
 }
 
-// Operators may write this point's Value with setValue; as an
-// administration the same write is refused, alone or with others.
-TEST_F(RefusalTest, OrdinaryWriteRightsAreNotEnough) {
-  Seed("[/Devices/Dev1/Open]\nValueType = Integer\nValue = 1\n"
-       "Writable = true\n");
-  SetCaller("operator", "10.0.0.9");
-  const std::string open = "/Devices/Dev1/Open/Value";
-  const std::string two = "2";
-  const std::string three = "3";
-  std::string result;
-  ASSERT_EQ(0, writeValue(ctx_.get(), false, Options(""), &open, &two,
-                          result));
-  EXPECT_EQ("2", result);
-  EXPECT_EQ(kWriteNotAuthorized,
-            setLeaf(ctx_.get(), nullptr, &open, &three, result));
-  std::vector<std::string> results;
-  EXPECT_EQ(kWriteNotAuthorized,
-            setLeaves(ctx_.get(), nullptr, {open}, {"3"}, results));
-  EXPECT_TRUE(results.empty());
-  const std::string base = "/Devices/Dev1/Open/";
-  EXPECT_EQ(kWriteNotAuthorized,
-            createNode(ctx_.get(), nullptr, &base, {"Value"}, {"3"}, result));
-  EXPECT_EQ("2", Leaf(open));
-}
-
 }  // namespace
 
 }  // namespace wsgated

@@ -66,37 +66,37 @@ TEST_F(ArraysTest, ArrayAttributesAreFoundAsSubstrings) {
   }
 }
 
-TEST_F(ArraysTest, ReadArraySplitsTheAttributesText) {
-  EXPECT_EQ((Items{"Off", "On", "Auto"}), ReadArray("/Plant/Mode/PossibleValues"));
-  // "Value" occurs inside "PossibleValues", so a Value reads as an array.
-  EXPECT_EQ((Items{"x", "y"}), ReadArray("/Plant/Label/Value"));
-  EXPECT_EQ((Items{"x", "y"}), ReadArray("/Plant/Label"));
-  EXPECT_EQ((Items{"Mode", "Label", "Single", "Empty"}),
-            ReadArray("/Plant/Children"));
-  EXPECT_EQ(Items{}, ReadArray("/Plant/Empty"));
-}
-
-TEST_F(ArraysTest, ReadArrayErrorsAreOneItem) {
+// "Value" occurs inside "PossibleValues", so a Value reads as an array.
+// Error results are recognised by their beginning only, so a value that
+// happens to begin with the client's errorPrefix is taken for one.
+TEST_F(ArraysTest, ReadArraySplitsTheAttributesTextOrAnswersOneError) {
+  const struct {
+    const char* path;
+    const char* options;
+    Items items;
+  } cases[] = {
+      {"/Plant/Mode/PossibleValues", "", {"Off", "On", "Auto"}},
+      {"/Plant/Label/Value", "", {"x", "y"}},
+      {"/Plant/Label", "", {"x", "y"}},
+      {"/Plant/Children", "", {"Mode", "Label", "Single", "Empty"}},
+      {"/Plant/Empty", "", {}},
+      {"", "", {"? 8 Bad Path Syntax : No Path provided"}},
+      {"/Plant/Label/Name", "",
+       {"? 24 Not an Array : Invalid attribute for array"}},
+      {"/Plant/Nothing/Children", "",
+       {"? 9 Node Not Found : CDS access failed"}},
+      {"Plant/Label", "", {"? 8 Bad Path Syntax : CDS Error in supplied path"}},
+      {"/Plant/Nothing", "errorPrefix=ERR",
+       {"ERR? 9 Node Not Found : CDS access failed"}},
+      {"/Plant/Label", "errorPrefix=x", {"x;y"}},
+      {"/Plant/Label", "errorPrefix=z", {"x", "y"}},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.items, ReadArray(c.path, c.options)) << c.path << c.options;
+  }
   Items items{"left over"};
   readArray(ctx_.get(), Options(""), nullptr, items);
   EXPECT_EQ(Items{"? 8 Bad Path Syntax : No Path provided"}, items);
-  EXPECT_EQ(Items{"? 8 Bad Path Syntax : No Path provided"}, ReadArray(""));
-  EXPECT_EQ(Items{"? 24 Not an Array : Invalid attribute for array"},
-            ReadArray("/Plant/Label/Name"));
-  EXPECT_EQ(Items{"? 9 Node Not Found : CDS access failed"},
-            ReadArray("/Plant/Nothing/Children"));
-  // A malformed path has no attribute; the read path names the error.
-  EXPECT_EQ(Items{"? 8 Bad Path Syntax : CDS Error in supplied path"},
-            ReadArray("Plant/Label"));
-  EXPECT_EQ(Items{"ERR? 9 Node Not Found : CDS access failed"},
-            ReadArray("/Plant/Nothing", "errorPrefix=ERR"));
-}
-
-// Error results are recognised by their beginning only, so a value that
-// happens to begin with the client's errorPrefix is taken for one.
-TEST_F(ArraysTest, ValueBeginningWithTheErrorPrefixCountsAsAnError) {
-  EXPECT_EQ(Items{"x;y"}, ReadArray("/Plant/Label", "errorPrefix=x"));
-  EXPECT_EQ((Items{"x", "y"}), ReadArray("/Plant/Label", "errorPrefix=z"));
 }
 
 TEST_F(ArraysTest, SizeCountsItemsButAnswersASingleItemItself) {

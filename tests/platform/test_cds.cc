@@ -66,9 +66,6 @@ class CdsStoreTest : public StoreTest {
   }
 };
 
-// ---------------------------------------------------------------------------
-// Opening and creating stores.
-
 TEST(CdsOpenTest, MissingFileIsNotCreated) {
   TempStore store;
   const std::string missing = store.path() + ".missing";
@@ -115,9 +112,6 @@ TEST(CdsOpenTest, ClosedHandleFailsEveryCall) {
   EXPECT_EQ(0ull, pcd_change_counter(nullptr));
   EXPECT_NE(0, pcd_begin(nullptr));
 }
-
-// ---------------------------------------------------------------------------
-// Values.
 
 TEST_F(CdsStoreTest, EveryTypeReadsBackExactly) {
   AddNode("/P");
@@ -168,9 +162,6 @@ TEST_F(CdsStoreTest, PersistenceFlag) {
   EXPECT_EQ(PCD_PROP_PERSISTENT, Property("/P:New"));
 }
 
-// ---------------------------------------------------------------------------
-// Statuses.
-
 TEST_F(CdsStoreTest, ReadAndWriteStatuses) {
   AddNode("/P");
   SetText("/P/Units", "V");
@@ -218,9 +209,6 @@ TEST_F(CdsStoreTest, GetLeavesReportsEachPath) {
   EXPECT_EQ(std::vector<api_status_t>{API_STATUS_NO_NODE}, statuses);
 }
 
-// ---------------------------------------------------------------------------
-// Computed attributes.
-
 TEST_F(CdsStoreTest, ComputedAttributesFollowCreationOrder) {
   AddNode("/D/Zeta");
   AddNode("/D/Alpha");
@@ -245,9 +233,6 @@ TEST_F(CdsStoreTest, ChangeCountCountsValueWrites) {
   Set("/P/Units", CElement("V"));
   EXPECT_EQ(2u, Get("/P/.ChangeCount").to_uint());
 }
-
-// ---------------------------------------------------------------------------
-// Structure.
 
 TEST_F(CdsStoreTest, RemoveTakesDescendantsButNotLookalikes) {
   for (const char* node : {"/A/B/C/D", "/A/B0", "/A/B.1", "/A/B-x", "/A/BB"}) {
@@ -308,9 +293,6 @@ TEST_F(CdsStoreTest, IncrementLeaf) {
   cds_->increment_leaf("/Nope/Value", 1, status, nullptr, "test");
   EXPECT_EQ(API_STATUS_NO_NODE, status);
 }
-
-// ---------------------------------------------------------------------------
-// Read-only handles and all-or-nothing writes.
 
 TEST_F(CdsStoreTest, ReadOnlyHandleRefusesTreeWrites) {
   AddNode("/P");
@@ -417,23 +399,6 @@ TEST_F(CdsStoreTest, SnapshotReadsOneStateAndRefusesWrites) {
   ASSERT_EQ(0, pcd_commit(cds_->handle));
   EXPECT_EQ(4, Get(*other, "/S/Value").to_int());
 }
-
-TEST_F(CdsStoreTest, ChangeCounterSeesEveryConnection) {
-  auto other = store_.Open();
-  AddNode("/P");
-  const unsigned long long start = pcd_change_counter(cds_->handle);
-  Get("/P/Value");
-  EXPECT_EQ(start, pcd_change_counter(cds_->handle));
-  Set("/P/Value", CElement(1));
-  const unsigned long long own = pcd_change_counter(cds_->handle);
-  EXPECT_NE(start, own);
-  api_status_t status;
-  other->set_leaf("/P/Value", CElement(2), status, PCD_TRIBOOL_UNKNOWN, "x");
-  EXPECT_NE(own, pcd_change_counter(cds_->handle));
-}
-
-// ---------------------------------------------------------------------------
-// Event queue, system log, watchdog.
 
 TEST_F(CdsStoreTest, EventsAreQueuedInOrder) {
   std::vector<toolkit::CEvent> events(3);
