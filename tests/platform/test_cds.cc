@@ -94,25 +94,6 @@ TEST(CdsOpenTest, CreateRefusesExistingUnlessReplaced) {
   EXPECT_EQ(API_STATUS_NO_NODE, status);
 }
 
-TEST(CdsOpenTest, ClosedHandleFailsEveryCall) {
-  CCds cds(nullptr);
-  api_status_t status = API_STATUS_UNKNOWN;
-  CElement element;
-  element_property_t property;
-  EXPECT_NE(0, cds.get_leaf("/A", status, element, property));
-  EXPECT_EQ(API_STATUS_NOT_OPEN, status);
-  EXPECT_NE(0, cds.set_leaf("/A", CElement(1), status, PCD_TRIBOOL_UNKNOWN,
-                            "test"));
-  EXPECT_EQ(API_STATUS_NOT_OPEN, status);
-  std::vector<api_status_t> statuses;
-  std::vector<CElement> elements;
-  std::vector<element_property_t> properties;
-  EXPECT_NE(0, cds.get_leaves({"/A", "/B"}, statuses, elements, properties));
-  EXPECT_EQ(2u, statuses.size());
-  EXPECT_EQ(0ull, pcd_change_counter(nullptr));
-  EXPECT_NE(0, pcd_begin(nullptr));
-}
-
 TEST_F(CdsStoreTest, EveryTypeReadsBackExactly) {
   AddNode("/P");
   std::vector<CElement> values = {
@@ -183,30 +164,6 @@ TEST_F(CdsStoreTest, ReadAndWriteStatuses) {
   EXPECT_EQ(API_STATUS_EXISTS, status);
   EXPECT_EQ(0, cds_->add_node("/", status, "test"));
   EXPECT_EQ(API_STATUS_EXISTS, status);
-}
-
-TEST_F(CdsStoreTest, GetLeavesReportsEachPath) {
-  AddNode("/P");
-  Set("/P/Value", CElement(7));
-  std::vector<api_status_t> statuses;
-  std::vector<CElement> elements(1, CElement("stale"));
-  std::vector<element_property_t> properties;
-  ASSERT_EQ(0, cds_->get_leaves(
-                   {"/Q", "/P", "bad", "/P/Units", "/P:Name", "/P/Value"},
-                   statuses, elements, properties));
-  ASSERT_EQ(6u, elements.size());
-  EXPECT_EQ(API_STATUS_NO_NODE, statuses[0]);
-  EXPECT_EQ(PCD_TYPE_NONE, elements[0].get_type());
-  EXPECT_EQ(API_STATUS_OK, statuses[1]);
-  EXPECT_EQ(7, elements[1].to_int());
-  EXPECT_EQ(API_STATUS_BAD_PATH, statuses[2]);
-  EXPECT_EQ(API_STATUS_NO_ATTRIBUTE, statuses[3]);
-  EXPECT_EQ(API_STATUS_OK, statuses[4]);
-  EXPECT_EQ("P", elements[4].to_string());
-  EXPECT_EQ(API_STATUS_OK, statuses[5]);  // a path may come twice
-  EXPECT_EQ(7, elements[5].to_int());
-  ASSERT_EQ(0, cds_->get_leaves({"/Q"}, statuses, elements, properties));
-  EXPECT_EQ(std::vector<api_status_t>{API_STATUS_NO_NODE}, statuses);
 }
 
 TEST_F(CdsStoreTest, ComputedAttributesFollowCreationOrder) {

@@ -68,12 +68,6 @@ TEST_F(ConnxnsTest, AddShowsTheCallerInTheStore) {
   EXPECT_EQ(1u, Get(Entry(n, "/Requests")).to_uint());
   EXPECT_EQ(data, table_.UserData("192.0.2.1"));
   EXPECT_EQ(0u, table_.AddConnxn("http", "", "", "", "", nullptr));
-  // Without a store the table still works in memory.
-  CCDS_Connxns loose;
-  const unsigned m = loose.AddConnxn("http", "192.0.2.9", "", "", "", nullptr);
-  EXPECT_NE(0u, m);
-  EXPECT_EQ(m, loose.FindUpdateConnxn("192.0.2.9", nullptr));
-  EXPECT_EQ(1, loose.RemoveAllConnxns());
 }
 
 TEST_F(ConnxnsTest, FindUpdatesOnlyKnownCallers) {
@@ -244,9 +238,14 @@ TEST_F(SwInfoTest, TemplatesWriteTypedLeaves) {
                               "/.HighAlarmLimit", "253.5", nullptr};
   const char* const unknown[] = {"/ValueType", "Gizmo", "/Value", "007",
                                  "/VendorNote", "12", nullptr};
+  // A Value without a ValueType follows the one already stored.
+  const char* const typed[] = {"/ValueType", "Integer", nullptr};
+  const char* const value[] = {"/Value", "41", nullptr};
   const tagnval more[] = {{kSubs, "/State", multistate},
                           {kSubs, "/Deadband", real},
-                          {kSubs, "/Odd", unknown}};
+                          {kSubs, "/Odd", unknown},
+                          {kSubs, "/Count", typed},
+                          {kSubs, "/Count", value}};
   CCds_SwInfo info(cds_.get(), Sub(""));
   for (const tagnval& entry : kSubscriptionTemplate) {
     ASSERT_EQ(0, info.FillSwInfoNode(&entry)) << entry.path;
@@ -273,6 +272,7 @@ TEST_F(SwInfoTest, TemplatesWriteTypedLeaves) {
       {"/Deadband/.HighAlarmLimit", PCD_TYPE_REAL, "253.5"},
       {"/Odd/Value", PCD_TYPE_STRING, "007"},
       {"/Odd:VendorNote", PCD_TYPE_STRING, "12"},
+      {"/Count/Value", PCD_TYPE_INT, "41"},
   };
   for (const auto& c : cases) {
     const CElement leaf = Get(Sub(c.leaf));
@@ -281,55 +281,42 @@ TEST_F(SwInfoTest, TemplatesWriteTypedLeaves) {
   }
 }
 
-TEST_F(SwInfoTest, ValueWithoutValueTypeFollowsTheStoredOne) {
-  const char* const typed[] = {"/ValueType", "Integer", nullptr};
-  const char* const value[] = {"/Value", "41", nullptr};
-  const tagnval first = {kSubs, "/Count", typed};
-  const tagnval second = {kSubs, "/Count", value};
-  CCds_SwInfo info(cds_.get(), Sub(""));
-  ASSERT_EQ(0, info.FillSwInfoNode(&first));
-  ASSERT_EQ(0, info.FillSwInfoNode(&second));
-  EXPECT_EQ(PCD_TYPE_INT, Get(Sub("/Count/Value")).get_type());
-}
-
-TEST_F(SwInfoTest, RefusesNodesOutsideTheBase) {
-  // The object's own node equals the base: not below it.
-  CCds_SwInfo at_base(cds_.get(), kSubs);
-  const tagnval itself = {kSubs, "", kRtNodes};
-  EXPECT_NE(0, at_base.FillSwInfoNode(&itself));
-
-  CCds_SwInfo elsewhere(cds_.get(), "/Software/Data Servers/WS-Publisher");
-  const tagnval sibling = {kSubs, "/SubscriptionsX", kRtNodes};
-  EXPECT_NE(0, elsewhere.FillSwInfoNode(&sibling));
-  EXPECT_FALSE(Exists("/Software/Data Servers/WS-Publisher/SubscriptionsX"));
-
-  CCds_SwInfo sub(cds_.get(), Sub(""));
-  const tagnval bad_path = {kSubs, "/a/../b", kRtNodes};
-  EXPECT_NE(0, sub.FillSwInfoNode(&bad_path));
-}
-
-TEST_F(SwInfoTest, BadTemplateWritesNothing) {
+// Nodes outside the object's base (or the base itself, or a bad path)
+// and bad templates are refused, and nothing is written: not even the
+// node is left behind.
+TEST_F(SwInfoTest, RefusedTemplatesWriteNothing) {
   const char* const bad_int[] = {"/NodeType", "Point", "/ValueType",
                                  "Integer", "/Value", "twenty", nullptr};
   const char* const odd_list[] = {"/NodeType", "Point", "/Value", nullptr};
-  const tagnval entries[] = {{kSubs, "/BadInt", bad_int},
-                             {kSubs, "/Odd", odd_list}};
-  CCds_SwInfo info(cds_.get(), Sub(""));
-  for (const tagnval& entry : entries) {
-    EXPECT_NE(0, info.FillSwInfoNode(&entry)) << entry.path;
-    // All or nothing: not even the node is left behind.
-    EXPECT_FALSE(Exists(Sub(entry.path))) << entry.path;
+  const std::string publisher = "/Software/Data Servers/WS-Publisher";
+  const struct {
+    std::string base;
+    tagnval entry;
+    std::string node;
+  } cases[] = {
+      {kSubs, {kSubs, "", kRtNodes}, kSubs},
+      {publisher, {kSubs, "/SubscriptionsX", kRtNodes},
+       publisher + "/SubscriptionsX"},
+      {Sub(""), {kSubs, "/a/../b", kRtNodes}, Sub("/b")},
+      {Sub(""), {kSubs, "/BadInt", bad_int}, Sub("/BadInt")},
+      {Sub(""), {kSubs, "/Odd", odd_list}, Sub("/Odd")},
+  };
+  for (const auto& c : cases) {
+    CCds_SwInfo info(cds_.get(), c.base);
+    EXPECT_NE(0, info.FillSwInfoNode(&c.entry)) << c.node;
+    EXPECT_FALSE(Exists(c.node)) << c.node;
   }
 }
 
+// Two handles, as two processes would have, share one counter; a failed
+// update leaves the caller's value alone.
 TEST_F(SwInfoTest, IntValuesAndSharedCounters) {
   AddNode("/Counters/Hits");
+  AddNode("/Counters/Label");
+  SetText("/Counters/Label/Value", "not a number");
   CCds_SwInfo info(cds_.get(), "/Counters");
   ASSERT_EQ(0, info.SetIntValue("/Counters", "/Hits", 10));
-  EXPECT_EQ(10, Get("/Counters/Hits/Value").to_int());
   EXPECT_NE(0, info.SetIntValue("/Counters", "/Missing", 1));
-
-  // Two handles, as two processes would have, share one counter.
   std::unique_ptr<toolkit::CCds> other = store_.Open();
   CCds_SwInfo other_info(other.get(), "/Counters");
   int value = 0;
@@ -337,13 +324,10 @@ TEST_F(SwInfoTest, IntValuesAndSharedCounters) {
   EXPECT_EQ(15, value);
   ASSERT_EQ(0, other_info.UpdateIntValue("/Counters", "/Hits", -20, &value));
   EXPECT_EQ(-5, value);
+  EXPECT_NE(0, info.UpdateIntValue("/Counters", "/Label", 1, &value));
+  EXPECT_EQ(-5, value);
   ASSERT_EQ(0, info.UpdateIntValue("/Counters", "/Hits", 1, nullptr));
   EXPECT_EQ(-4, Get("/Counters/Hits/Value").to_int());
-
-  AddNode("/Counters/Label");
-  SetText("/Counters/Label/Value", "not a number");
-  EXPECT_NE(0, info.UpdateIntValue("/Counters", "/Label", 1, &value));
-  EXPECT_EQ(-5, value);  // untouched on failure
 }
 
 // CCds_Utils: locale ranking (pure) and the store-backed helpers.
