@@ -75,18 +75,6 @@ TEST_F(WriteTest, UnsupportedLocaleRefusesEitherWrite) {
   EXPECT_EQ("231.25", Write("/Devices/M/Volts", "231.25", "locale=de-DE"));
 }
 
-TEST_F(WriteTest, WritesAValueInTheLeafsType) {
-  EXPECT_EQ("231.25", Write("/Devices/M/Volts", "231.25"));
-  const toolkit::CElement stored = Stored("/Devices/M/Volts");
-  EXPECT_EQ(PCD_TYPE_REAL, stored.get_type());
-  EXPECT_EQ(231.25, stored.to_double());
-  EXPECT_EQ("42", Write("/Devices/M/Count", " 42"));
-  EXPECT_EQ(42, Stored("/Devices/M/Count").to_int());
-  EXPECT_TRUE(LogHas("Wrote 42 to /Devices/M/Count/Value"));
-  EXPECT_TRUE(LogHas("Will write to /Devices/M/Volts/Value with type = 4, "
-                     "from Web-Services:operator@10.0.0.7"));
-}
-
 // Each failure answers its own text and leaves the store alone; an
 // ordinary write reaches only Value and the alarm limits, even for an
 // Administrator, who passes the rights.
