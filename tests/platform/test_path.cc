@@ -192,25 +192,6 @@ TEST(Path, LopLastSubpath) {
   EXPECT_EQ(parent + " " + last, "/A/B Value");
 }
 
-TEST(Path, NewPathOfAnotherAttribute) {
-  CPath path("/A/B/Value.Time");
-  ASSERT_EQ(path.normalize(), 0);
-  EXPECT_EQ(path.getNewPathStr("Value"), "/A/B/Value");
-  EXPECT_EQ(path.getNewPathStr(".AlarmOnValue"), "/A/B/.AlarmOnValue");
-  EXPECT_EQ(path.getNewPathStr("Mine"), "/A/B:Mine");
-  CPath other = path.getNewPath("PossibleValues");
-  EXPECT_TRUE(other.is_valid());
-  EXPECT_EQ(other.getNodePath(), "/A/B");
-  EXPECT_EQ(other.getPathAttribute(), "PossibleValues");
-  EXPECT_EQ(other.getSubAttribute(), "");
-
-  CPath root("/");
-  ASSERT_EQ(root.normalize(), 0);
-  EXPECT_EQ(root.getNewPathStr("Children"), "/Children");
-  EXPECT_EQ(root.getNewPath("Mine").getPathAttribute(), "Mine");
-  EXPECT_EQ(root.getNewPath("Mine").getNodePath(), "/");
-}
-
 // Node names escape what would split them ("/", ":", "%", a leading "."),
 // and decoding refuses an escape that is not two hex digits.
 TEST(Path, NodeNames) {

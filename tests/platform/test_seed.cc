@@ -1,18 +1,16 @@
 // Seed files: typing rules, escapes, every malformed-line error, the
-// all-or-nothing load, dump/load round trips and the shipped sample's alarms.
+// all-or-nothing load and dump/load round trips. (The shipped sample is
+// loaded by every end-to-end test.)
 
 #include "platform/seed.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <sstream>
 
 #include "platform/cds.h"
 #include "platform/element.h"
-#include "platform/path.h"
 #include "tests/platform/temp_store.h"
 
 namespace toolkit {
@@ -191,46 +189,6 @@ TEST_F(SeedTest, DumpLoadsBackIntoTheSameTree) {
   EXPECT_NE(flag.find("[/Dev/Flag]"), std::string::npos);
   EXPECT_EQ(flag.find("[/Dev/Count]"), std::string::npos);
   EXPECT_EQ(flag.find("Children"), std::string::npos);
-}
-
-// --- the shipped sample --------------------------------------------------
-// (The end-to-end tests serve it; here only what they do not read.)
-
-std::string SampleSeedText() {
-  // This file lives in tests/platform/ of the source tree.
-  std::filesystem::path root =
-      std::filesystem::path(__FILE__).parent_path().parent_path().parent_path();
-  std::ifstream in(root / "deploy/seed/sample-device.seed");
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-class SampleSeedTest : public SeedTest {
- protected:
-  void SetUp() override {
-    SeedTest::SetUp();
-    std::string text = SampleSeedText();
-    ASSERT_FALSE(text.empty());
-    ASSERT_EQ(Load(text), "");
-  }
-};
-
-TEST_F(SampleSeedTest, AlarmSourcesAreRealPointsWithAlarmProperties) {
-  std::vector<std::string> alarms;
-  ASSERT_EQ(CPath::getChildPaths(*cds_, "/Alarms", alarms), 0);
-  int count = 0;
-  for (const std::string& alarm : alarms) {
-    if (alarm.find("/AlarmCount") != std::string::npos) continue;
-    ++count;
-    std::string source = Get(alarm + "/SourcePath/Value").element.to_string();
-    EXPECT_TRUE(Exists(source)) << source;
-    EXPECT_EQ(Get(source + "/.BasePriority").status, API_STATUS_OK);
-    EXPECT_EQ(Get(source + "/.AutoClosing").element.get_type(),
-              PCD_TYPE_BOOL);
-    EXPECT_EQ(Get(alarm + "/SequenceID/Value").status, API_STATUS_OK);
-  }
-  EXPECT_EQ(count, Get("/Alarms/AlarmCount/Value").element.to_int());
 }
 
 }  // namespace

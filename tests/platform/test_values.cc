@@ -366,16 +366,8 @@ TEST_F(Translation, WholeTextThenItemByItem) {
             "Off;On");  // without messages
 }
 
-// The time base: conversions to and from timeval, and the clock. (Local
-// time and zone names are tested through the device clock that reports
-// them: tests/discovery/test_device_clock.cc.)
-
-timeval make_tv(time_t sec, suseconds_t usec) {
-  timeval tv;
-  tv.tv_sec = sec;
-  tv.tv_usec = usec;
-  return tv;
-}
+// The time base's conversions to and from timeval. (Local time and zone
+// names are tested through the device clock that reports them.)
 
 // Negative times round toward minus infinity: the microseconds of a
 // timeval are never negative.
@@ -393,7 +385,7 @@ TEST(QrxTime, ConvertsToAndFromTimeval) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.qrx);
-    timeval back = make_tv(-7, -7);
+    timeval back = tv(-7, -7);
     ASSERT_EQ(qrx_QRXtoUNIXtime64(c.qrx, &back), 0);
     EXPECT_EQ(back.tv_sec, c.sec);
     EXPECT_EQ(back.tv_usec, c.usec);
@@ -402,28 +394,12 @@ TEST(QrxTime, ConvertsToAndFromTimeval) {
   EXPECT_EQ(qrx_QRXtoUNIXtime64(0, nullptr), -1);
   EXPECT_EQ(qrx_UNIXtoQRXtime64(nullptr), 0);
   // A timeval that is not normalised still counts all its microseconds.
-  timeval odd = make_tv(5, 1500000);
+  timeval odd = tv(5, 1500000);
   EXPECT_EQ(qrx_UNIXtoQRXtime64(&odd), 6500000);
-  odd = make_tv(5, -250000);
+  odd = tv(5, -250000);
   EXPECT_EQ(qrx_UNIXtoQRXtime64(&odd), 4750000);
 }
 
-TEST(QrxTime, NowAgreesWithTheSystemClock) {
-  time_t before = time(nullptr);
-  qrx_time64_t now = qrx_UTCtime64();
-  time_t after = time(nullptr);
-  EXPECT_GE(now / 1000000, before);
-  EXPECT_LE(now / 1000000, after);
-  time_t mono = qrx_GetMonoTime();
-  EXPECT_GE(qrx_GetMonoTime(), mono);
-}
-
-// CCds_Multistate: the possible-values syntax, matching of texts and the
-// node-level lookups against a real store. (Converting a writer's text is
-// tested through the writes: tests/common/test_writes.cc.)
-
-// Numbers follow the previous item; empty items are states too; a text
-// that is not "N=" is all text; the first of a duplicated number wins.
 TEST(MultistateText, TextOfAState) {
   const char* const mixed = "Normal;Warning;5=Alarm;Fault";
   const char* const numbered = "1=Open;2=Closed;4=Tripped";
