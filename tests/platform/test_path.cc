@@ -1,12 +1,10 @@
-// CPath: the grammar, normalisation, refusals, splitting and the node-name
-// escaping that subscriptions rely on.
+// CPath: the grammar, normalisation, refusals and splitting.
 
 #include "platform/path.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -190,53 +188,6 @@ TEST(Path, LopLastSubpath) {
   ASSERT_EQ(path.normalize(), 0);
   EXPECT_EQ(path.LopLastSubpath(parent, last), 0);
   EXPECT_EQ(parent + " " + last, "/A/B Value");
-}
-
-// Node names escape what would split them ("/", ":", "%", a leading "."),
-// and decoding refuses an escape that is not two hex digits.
-TEST(Path, NodeNames) {
-  const std::pair<const char*, const char*> names[] = {
-      {"/Devices/Meter.1/Voltage", "Devices.Meter%2E1.Voltage"},
-      {"/A:Units", "A%3AUnits"}, {"/100%", "100%25"}, {"//A", "%2FA"},
-      {"/.Quality", "%2EQuality"}, {"/A\tB", "A%09B"}, {"/A/", "A."},
-      {"/", ""}, {"", ""}, {"A/B", ""}};
-  for (const auto& [path, name] : names) {
-    EXPECT_EQ(CPath::PathToNodeName(path), name) << path;
-  }
-  EXPECT_EQ(CPath::DottedPathToNodePath("a%3ab"), "/a:b");
-  for (const char* bad : {"", "A%", "A%2", "A%G0", "%0G"}) {
-    EXPECT_EQ(CPath::DottedPathToNodePath(bad), "") << bad;
-  }
-}
-
-// Any path text survives the trip through a node name, and the name is
-// always usable as the name of one node.
-TEST(Path, NodeNamesRoundTripForAnyPath) {
-  const std::string alphabet[] = {"/", "/", "/", ".", ".", ":", "%", "%2E",
-                                  "a", "Z", "0", "9", " ", "\xC3\xA4",
-                                  "\xE2\x82\xAC", "\x01", "\t", "\x7F",
-                                  std::string(1, '\0'), "\xFF", "F"};
-  std::mt19937 random(424242);
-  std::uniform_int_distribution<size_t> pick(0, std::size(alphabet) - 1);
-  std::uniform_int_distribution<int> length(0, 24);
-  for (int round = 0; round < 5000; ++round) {
-    std::string path = "/";
-    for (int i = length(random); i > 0; --i) path += alphabet[pick(random)];
-    std::string name = CPath::PathToNodeName(path);
-    if (path.size() == 1) {
-      EXPECT_EQ(name, "");
-      continue;
-    }
-    ASSERT_FALSE(name.empty()) << path;
-    EXPECT_EQ(name.find('/'), std::string::npos) << path;
-    EXPECT_EQ(name.find(':'), std::string::npos) << path;
-    EXPECT_NE(name[0], '.') << path;
-    ASSERT_EQ(CPath::DottedPathToNodePath(name), path) << name;
-    // The name is a valid single node under any parent.
-    CPath child("/Parent/" + name + ":Value");
-    ASSERT_EQ(child.normalize(), 0) << name;
-    EXPECT_EQ(child.getNodePath(), "/Parent/" + name);
-  }
 }
 
 class PathStore : public testing_store::StoreTest {};

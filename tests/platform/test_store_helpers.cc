@@ -168,7 +168,7 @@ TEST(HostLookup, RefusesWhatIsNotANumericAddressOfTheFamily) {
   }
 }
 
-// CCds_SwInfo against a real store: binding, templates, shared counters.
+// CCds_SwInfo against a real store: binding and templates.
 
 const char* const kServer = "/Software/Data Servers/Test Server";
 const char* const kSubs = "/Software/Data Servers/WS-Publisher/Subscriptions";
@@ -308,29 +308,7 @@ TEST_F(SwInfoTest, RefusedTemplatesWriteNothing) {
   }
 }
 
-// Two handles, as two processes would have, share one counter; a failed
-// update leaves the caller's value alone.
-TEST_F(SwInfoTest, IntValuesAndSharedCounters) {
-  AddNode("/Counters/Hits");
-  AddNode("/Counters/Label");
-  SetText("/Counters/Label/Value", "not a number");
-  CCds_SwInfo info(cds_.get(), "/Counters");
-  ASSERT_EQ(0, info.SetIntValue("/Counters", "/Hits", 10));
-  EXPECT_NE(0, info.SetIntValue("/Counters", "/Missing", 1));
-  std::unique_ptr<toolkit::CCds> other = store_.Open();
-  CCds_SwInfo other_info(other.get(), "/Counters");
-  int value = 0;
-  ASSERT_EQ(0, info.UpdateIntValue("/Counters", "/Hits", 5, &value));
-  EXPECT_EQ(15, value);
-  ASSERT_EQ(0, other_info.UpdateIntValue("/Counters", "/Hits", -20, &value));
-  EXPECT_EQ(-5, value);
-  EXPECT_NE(0, info.UpdateIntValue("/Counters", "/Label", 1, &value));
-  EXPECT_EQ(-5, value);
-  ASSERT_EQ(0, info.UpdateIntValue("/Counters", "/Hits", 1, nullptr));
-  EXPECT_EQ(-4, Get("/Counters/Hits/Value").to_int());
-}
-
-// CCds_Utils: locale ranking (pure) and the store-backed helpers.
+// CCds_Utils: locale ranking and the device list.
 
 struct PrimeCase {
   const char* supported;
@@ -431,26 +409,6 @@ TEST_F(UtilsStoreTest, DeviceListIsEveryDeviceInPathOrder) {
   std::vector<std::string> expected{"/A/B", "/A B", "/Devices/Meter1",
                                     "/Devices/Meter1/Sub", "/Other/UPS"};
   EXPECT_EQ(expected, list);
-}
-
-TEST_F(UtilsStoreTest, QualityComesFromTheNearestNodeThatHasOne) {
-  AddNode("/Dev/Group/Point");
-  AddNode("/Other/Point");
-  CCds_Utils utils(*cds_);
-  CElement value(static_cast<int32_t>(5));
-
-  EXPECT_EQ(0, utils.CheckDeviceQuality("/Dev/Group/Point", CElement()));
-  EXPECT_EQ(192, utils.CheckDeviceQuality("/Dev/Group/Point", value));
-
-  Set("/Dev/.Quality", CElement(static_cast<int32_t>(64)));
-  EXPECT_EQ(64, utils.CheckDeviceQuality("/Dev/Group/Point", value));
-  EXPECT_EQ(192, utils.CheckDeviceQuality("/Other/Point", value));
-
-  Set("/Dev/Group/Point/.Quality", CElement(static_cast<int32_t>(0)));
-  EXPECT_EQ(0, utils.CheckDeviceQuality("/Dev/Group/Point", value));
-  EXPECT_EQ(64, utils.CheckDeviceQuality("/Dev/Group", value));
-  // No value still means bad, whatever the node says.
-  EXPECT_EQ(0, utils.CheckDeviceQuality("/Dev/Group", CElement()));
 }
 
 }  // namespace
