@@ -92,28 +92,20 @@ TEST_F(AttributeSearchTest, WhatThePatternAndTheRecursionSelect) {
   }
 }
 
-TEST_F(AttributeSearchTest, MissingAttributeIsNeverMatched) {
-  // C has no DisplayName: its read is "? 9 Node Not Found : ...".
+// C has no DisplayName: its read is "? 9 Node Not Found : ...", which is
+// never matched; with a prefix, a value that merely begins with it is
+// taken for an error result too; the client's own errorString is not.
+TEST_F(AttributeSearchTest, ErrorResultsAreNeverMatched) {
   EXPECT_TRUE(Nodes("/Plant/C", false, "").empty());
   EXPECT_TRUE(Nodes("/Plant", true, "Not Found").empty());
   EXPECT_TRUE(Nodes("/Plant", true, "^\\?").empty());
   EXPECT_TRUE(find("/Plant", true, "", "NoSuchAttribute").nodes.empty());
-}
-
-TEST_F(AttributeSearchTest, TextsWithTheErrorPrefixAreNeverMatched) {
-  const AttributeMatches matches =
-      find("/Plant", true, "", "DisplayName", "errorPrefix=ERR");
-  // The missing leaf reads "ERR? 9 ...", and a value that merely begins
-  // with the prefix is taken for an error result too.
   EXPECT_EQ((Paths{"/Plant", "/Plant/A", "/Plant/A/Deep", "/Plant/B"}),
-            matches.nodes);
-}
-
-TEST_F(AttributeSearchTest, ClientErrorStringIsNotRecognisedAsAnError) {
-  const AttributeMatches matches =
+            find("/Plant", true, "", "DisplayName", "errorPrefix=ERR").nodes);
+  const AttributeMatches own =
       find("/Plant/C", false, "", "DisplayName", "errorString=N/A");
-  EXPECT_EQ((Paths{"/Plant/C"}), matches.nodes);
-  EXPECT_EQ((Paths{"N/A"}), matches.data);
+  EXPECT_EQ((Paths{"/Plant/C"}), own.nodes);
+  EXPECT_EQ((Paths{"N/A"}), own.data);
 }
 
 TEST_F(AttributeSearchTest, UnreadableNodesAreNotMatched) {

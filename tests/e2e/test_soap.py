@@ -60,9 +60,7 @@ class SoapTest(StackTestCase):
                      b""):
             with self.subTest(body=body):
                 self.assertGreaterEqual(self.post_raw(body).status, 400)
-        self.assertServedNormally()
-
-    def test_entity_declarations_are_not_expanded(self):
+        # Entity declarations are not expanded.
         body = ('<?xml version="1.0"?><!DOCTYPE e [<!ENTITY x "EXPANDED">'
                 '<!ENTITY y "&x;&x;&x;&x;&x;&x;&x;&x;">]>'
                 '<SOAP-ENV:Envelope xmlns:SOAP-ENV="%s" xmlns:nsc1="%s">'
