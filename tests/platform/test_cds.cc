@@ -478,9 +478,7 @@ TEST_F(CdsStoreTest, WatchdogRowsAndSystemdNotices) {
   unsetenv("NOTIFY_SOCKET");
 }
 
-// Several processes on one store: concurrent writers lose nothing and never
-// show half a write, a writer killed mid-transaction leaves all or nothing,
-// and a store locked by another process answers BUSY instead of hanging.
+// --- Several processes on one store -------------------------------------
 
 // A child's body run on the child's own connection to the store.
 using Body = std::function<int(CCds&, const Step&)>;

@@ -82,9 +82,7 @@ class LogTest : public ::testing::Test {
   pcd_log_handle_t reader_ = nullptr;
 };
 
-// Opening logs: missing and foreign files are refused at open and left as
-// they were; a locked log opens (opening takes no lock) and then makes
-// retrieve fail fast, so that the caller's own retry rule applies.
+// --- Opening: opening takes no lock; a locked log fails retrieve fast ----
 
 std::string Contents(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
@@ -236,9 +234,7 @@ TEST(LogOpen, LockedLogOpensAndRetrieveFailsFast) {
   pcd_log_close(reader);
 }
 
-// The writer: event identifiers given by the log (never reused, also after
-// the cap dropped rows), alarms keeping their own numbers, and the row cap
-// dropping the oldest records in retrieval order.
+// --- The writer: record numbers and the row cap -------------------------
 
 TEST_F(LogTest, LogNumbersRecordsAndAlarmsKeepTheirNumbers) {
   std::vector<CEvent> first = {Record(5, 0, 1), Record(5, 0, 2),
@@ -292,8 +288,7 @@ TEST_F(LogTest, CapDropsTheOldestAndNumbersAreNeverReused) {
   EXPECT_LT(big[5].event_id, more[0].event_id);
 }
 
-// CLog::retrieve: time bounds, the total order, the limit with its two
-// flags, the path filter, and records coming back as they were written.
+// --- Retrieval -----------------------------------------------------------
 
 timeval At(long long sec, long usec) {
   return timeval{static_cast<time_t>(sec), static_cast<suseconds_t>(usec)};
@@ -449,9 +444,7 @@ TEST_F(LogTest, RecordsComeBackWithEveryFieldAndTypedValue) {
   }
 }
 
-// Several processes on one log: a reader never sees part of a batch while
-// another process appends, and a writer killed with SIGKILL in the middle of
-// its appends leaves every committed batch and all or nothing of the last.
+// --- Several processes on one log: whole batches or nothing ------------
 
 // A child appending `batches` batches of `size` records (without end when
 // `batches` is negative), one step after each commit.

@@ -33,8 +33,7 @@ namespace {
 
 using M = CCds_Multistate;
 
-// CElement: text forms, conversions with the device's 32-bit rules,
-// splitting, comparison and translation through a compiled catalogue.
+// --- CElement -------------------------------------------------------------
 
 // Converts `text` to `type`; returns the result's text, or "FAIL" (and
 // checks that the element was left as it was).
@@ -366,8 +365,7 @@ TEST_F(Translation, WholeTextThenItemByItem) {
             "Off;On");  // without messages
 }
 
-// The time base's conversions to and from timeval. (Local time and zone
-// names are tested through the device clock that reports them.)
+// --- The time base (local time: the device clock's tests) ----------------
 
 // Negative times round toward minus infinity: the microseconds of a
 // timeval are never negative.
@@ -522,9 +520,7 @@ TEST_F(MultistateStore, PossibleValuesAndWhatIsAMultistate) {
   EXPECT_FALSE(states.IsMultistate("/B/Listless", true));
 }
 
-// The attribute table: one entry per code, names that look up exactly and
-// fit the path grammar; type names. (What the flags and default types do
-// is tested where they act: writes, the store, rendering.)
+// --- The attribute table (flags and types: tested where they act) --------
 
 // The path parser splits "Value.Time" and ".Quality.Time" at the first dot
 // after the first character, so no name may hold a dot there.
