@@ -10,7 +10,6 @@
 
 #include <sstream>
 #include <string>
-#include <vector>
 
 #include "contract/operation.h"
 #include "soapH.h"
@@ -125,57 +124,19 @@ TEST(PendingOperation, FaultNamesTheOperation) {
       << out.str();
 }
 
-// --- Enumerations and records on the wire ---------------------------------
-
-// Writes a value with the generated serializer and returns the document.
-template <typename T, typename Writer>
-std::string Write(Engine& engine, const T& value, Writer write) {
-  std::ostringstream out;
-  engine.get()->os = &out;
-  EXPECT_EQ(SOAP_OK, write(engine.get(), &value));
-  engine.get()->os = nullptr;
-  return out.str();
-}
-
-// Reads a value with the generated serializer from a document.
-template <typename T, typename Reader>
-int Read(Engine& engine, const std::string& xml, T* value, Reader read) {
-  std::istringstream in(xml);
-  engine.get()->is = &in;
-  int status = read(engine.get(), value);
-  engine.get()->is = nullptr;
-  return status;
-}
-
-std::string Between(const std::string& xml, const std::string& tag) {
-  size_t open = xml.find("<" + tag + ">");
-  size_t close = xml.find("</" + tag + ">");
-  if (open == std::string::npos || close == std::string::npos) return "?";
-  open += tag.size() + 2;
-  return xml.substr(open, close - open);
-}
-
-// (check_wsdl.py sends the WSDL's requests through the serializers; here
-// what a client may send beyond them, which the relaxed enumeration input
-// accepts.)
+// --- Enumerations on the wire -----------------------------------------
+// A client may send a number outside an enumeration's table (a status
+// this build does not know yet); the generated range check is dropped
+// (relax_enum_input.cmake), and such numbers are written back as digits.
 
 TEST(Enumerations, NumbersOutsideTheTableAreReadAndWrittenUnchecked) {
   Engine engine;
-  const std::string open = std::string("<nsqv:getEventLog xmlns:nsqv=\"") +
-                           kQV + "\"><request><rqstType>";
-  const std::string close = "</rqstType></request></nsqv:getEventLog>";
-  _nsqv__getEventLog request;
-  ASSERT_EQ(SOAP_OK, Read(engine, open + "42" + close, &request,
-                          soap_read__nsqv__getEventLog));
-  ASSERT_NE(nullptr, request.request);
-  EXPECT_EQ(42, static_cast<int>(request.request->rqstType));
-  EXPECT_NE(SOAP_OK, Read(engine, open + close, &request,
-                          soap_read__nsqv__getEventLog));
-  nsqv__logRetrieveRequest record;
-  record.rqstType = static_cast<nsqv__LogRqstType>(0);
-  EXPECT_EQ("0", Between(Write(engine, record,
-                               soap_write_nsqv__logRetrieveRequest),
-                         "rqstType"));
+  nsqv__LogRqstType type = nsqv__LogRqstType__LgRqTypDeltas;
+  EXPECT_EQ(SOAP_OK, soap_s2nsqv__LogRqstType(engine.get(), "42", &type));
+  EXPECT_EQ(42, static_cast<int>(type));
+  EXPECT_NE(SOAP_OK, soap_s2nsqv__LogRqstType(engine.get(), "", &type));
+  EXPECT_STREQ("0", soap_nsqv__LogRqstType2s(
+                        engine.get(), static_cast<nsqv__LogRqstType>(0)));
 }
 
 }  // namespace

@@ -44,17 +44,11 @@ struct Parsed {
   std::string err;
 };
 
-TEST(CommandLine, NoArgumentsKeepsDefaultsAndRuns) {
-  Parsed run({});
-  EXPECT_EQ(CommandLineOutcome::kRun, run.outcome);
-  EXPECT_EQ("", run.out);
-  EXPECT_EQ(10000, run.line.maxDeltaRecords);
-  EXPECT_EQ("./deadband.db", run.line.deltaLog);
-  EXPECT_EQ("./interval-trends.db", run.line.trendLog);
-  EXPECT_TRUE(run.line.fork);
-}
-
 TEST(CommandLine, EveryValueOptionReachesItsField) {
+  Parsed plain({});  // runs, forked, and says nothing
+  EXPECT_EQ(CommandLineOutcome::kRun, plain.outcome);
+  EXPECT_TRUE(plain.line.fork);
+  EXPECT_EQ("", plain.out);
   Parsed run({"-h", "d.db", "-a", "a.db", "-s", "s.db", "-t", "t.db", "-w", "/w",
            "-m", "50", "-p", "4096", "-c", "8", "-l", "2", "-D", "5", "-d"});
   ASSERT_EQ(CommandLineOutcome::kRun, run.outcome) << run.out;
