@@ -57,7 +57,6 @@ class Answer:
 
     def __init__(self, operation, reply):
         self.status = reply.status
-        self.headers = reply.headers
         self.text = reply.text
         self.envelope_ns = self.fault = self.response = self.results = None
         try:

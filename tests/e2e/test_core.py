@@ -1,9 +1,10 @@
-"""The data-access operations through nginx on the sample device: reads,
-arrays and locales as the wire carries them, in both SOAP versions and the
-caller's language; writes seen at once by a second process (cdsctl); and
-odd or oversized input, after which the daemon still serves a plain read.
-What each answers is the unit tests' (tests/common, tests/core); which
-caller may do what is the authorization matrix's."""
+"""The data-access operations through nginx on the sample device: what
+only the wire carries (32-bit array bounds, numbers that are no numbers,
+locale names, the caller's language), writes in both SOAP versions seen at
+once by a second process (cdsctl), and odd or oversized input, after which
+the daemon still serves a plain read. What each answers is the unit tests'
+(tests/common, tests/core); which caller may do what, and each operation's
+answer, the authorization matrix's."""
 
 import unittest
 

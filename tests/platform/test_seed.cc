@@ -96,49 +96,32 @@ TEST_F(SeedTest, LeavesAreTypedByValueTypeTheTableOrTheLine) {
 
 // --- errors ------------------------------------------------------------------
 
-struct BadSeed {
-  const char* text;
-  const char* error;
-};
-
-// Names the test case by the error it expects, not by its bytes.
-void PrintTo(const BadSeed& seed, std::ostream* out) { *out << seed.error; }
-
-class SeedErrorTest : public SeedTest,
-                      public ::testing::WithParamInterface<BadSeed> {};
-
-TEST_P(SeedErrorTest, NamesTheLineAndTheReason) {
-  EXPECT_EQ(Load(GetParam().text), GetParam().error);
+// Each malformed line is named by its number and the reason.
+TEST_F(SeedTest, EveryMalformedLineIsNamed) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"Value = 1\n", "1: attribute outside a section"},
+      {"[/A\n", "1: section header without ']'"},
+      {"[A]\n", "1: bad node path 'A'"},
+      {"[]\n", "1: bad node path ''"},
+      {"[/A/Value]\n", "1: bad node path '/A/Value'"},
+      {"[/A]\njust words\n", "2: expected 'attribute = value'"},
+      {"[/A]\n = 1\n", "2: missing attribute name"},
+      {"[/A]\nA/B = 1\n", "2: bad attribute name 'A/B'"},
+      {"[/A]\nX:Complex = 1\n", "2: unknown type 'Complex'"},
+      {"[/A]\nX@sticky = 1\n", "2: unknown property 'sticky'"},
+      {"[/A]\nX = a\\qb\n", "2: unknown escape '\\q'"},
+      {"[/A]\nX = a\\\n", "2: backslash at the end of the value"},
+      {"[/A]\nValueType = Complex\n", "2: unknown ValueType 'Complex'"},
+      {"[/A]\nValueType = Real\nValue = abc\n", "3: cannot read 'abc' as Real"},
+      {"[/A]\nWritable = maybe\n", "2: cannot read 'maybe' as Boolean"},
+      {"[/A]\nValueType = None\nValue = 5\n",
+       "3: 'Value' has no type and takes no value"},
+      {"[/A]\nChildren = x\n", "2: 'Children' is maintained by the store"},
+      // Comments and blank lines count.
+      {"# header\n\n[/A]\n  \nbad\n", "5: expected 'attribute = value'"},
+  };
+  for (const auto& [text, error] : cases) EXPECT_EQ(error, Load(text)) << error;
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    EveryMalformedLine, SeedErrorTest,
-    ::testing::Values(
-        BadSeed{"Value = 1\n", "1: attribute outside a section"},
-        BadSeed{"[/A\n", "1: section header without ']'"},
-        BadSeed{"[A]\n", "1: bad node path 'A'"},
-        BadSeed{"[]\n", "1: bad node path ''"},
-        BadSeed{"[/A/Value]\n", "1: bad node path '/A/Value'"},
-        BadSeed{"[/A]\njust words\n", "2: expected 'attribute = value'"},
-        BadSeed{"[/A]\n = 1\n", "2: missing attribute name"},
-        BadSeed{"[/A]\nA/B = 1\n", "2: bad attribute name 'A/B'"},
-        BadSeed{"[/A]\nX:Complex = 1\n", "2: unknown type 'Complex'"},
-        BadSeed{"[/A]\nX@sticky = 1\n", "2: unknown property 'sticky'"},
-        BadSeed{"[/A]\nX = a\\qb\n", "2: unknown escape '\\q'"},
-        BadSeed{"[/A]\nX = a\\\n", "2: backslash at the end of the value"},
-        BadSeed{"[/A]\nValueType = Complex\n",
-                "2: unknown ValueType 'Complex'"},
-        BadSeed{"[/A]\nValueType = Real\nValue = abc\n",
-                "3: cannot read 'abc' as Real"},
-        BadSeed{"[/A]\nWritable = maybe\n",
-                "2: cannot read 'maybe' as Boolean"},
-        BadSeed{"[/A]\nValueType = None\nValue = 5\n",
-                "3: 'Value' has no type and takes no value"},
-        BadSeed{"[/A]\nChildren = x\n",
-                "2: 'Children' is maintained by the store"},
-        // Comments and blank lines count.
-        BadSeed{"# header\n\n[/A]\n  \nbad\n",
-                "5: expected 'attribute = value'"}));
 
 TEST_F(SeedTest, AFailedLoadLeavesTheStoreAsItWas) {
   ASSERT_EQ(Load("[/Keep]\nValue = 1\n"), "");
