@@ -1,5 +1,6 @@
 // The read path against a real store: one read, many reads, relative
-// reads, and what each failure answers.
+// reads, and what each failure answers. (Reading a named attribute is the
+// attribute search's.)
 
 #include <gtest/gtest.h>
 
@@ -73,42 +74,40 @@ class ReadPathTest : public ServiceTest {
   }
 };
 
-TEST_F(ReadPathTest, ReadsValuesAndOtherAttributes) {
-  EXPECT_EQ("230.4", Read("/Plant/Voltage"));
-  EXPECT_EQ("230.4", Read("/Plant//Voltage/Value"));
-  EXPECT_EQ("V", Read("/Plant/Voltage/Units"));
-  EXPECT_EQ("x;y", Read("/Plant/Label"));
-}
-
-TEST_F(ReadPathTest, SubAttributesDescribeTheLeaf) {
-  EXPECT_EQ(StoredTime("/Plant/Voltage/Value"),
-            Read("/Plant/Voltage/Value.Time"));
-  EXPECT_EQ("Persistent", Read("/Plant/Voltage/Value.Source"));
-  EXPECT_EQ("Normal", Read("/Plant/Voltage/Units.Source"));
-  EXPECT_EQ("Real", Read("/Plant/Voltage/Value.AttribType"));
-  // Sub-attributes match as prefixes.
-  EXPECT_EQ(StoredTime("/Plant/Voltage/Value"),
-            Read("/Plant/Voltage/Value.Timestamp"));
-  EXPECT_EQ("? 11 Illegal Attribute : Unknown sub-Attribute .Quality",
-            Read("/Plant/Voltage/Value.Quality"));
-}
-
-TEST_F(ReadPathTest, MalformedPathIsBadPathSyntax) {
-  EXPECT_EQ("? 8 Bad Path Syntax : CDS Error in supplied path",
-            Read("Plant/Voltage"));
+TEST_F(ReadPathTest, ReadsAttributesAndSubAttributesOrSaysWhyNot) {
+  const std::string time = StoredTime("/Plant/Voltage/Value");
+  const struct {
+    const char* path;
+    const char* options;
+    std::string result;
+  } cases[] = {
+      {"/Plant/Voltage", "", "230.4"},
+      {"/Plant//Voltage/Value", "", "230.4"},
+      {"/Plant/Voltage/Units", "", "V"},
+      {"/Plant/Label", "", "x;y"},
+      {"/Plant/Voltage/Value.Time", "", time},
+      // Sub-attributes match as prefixes.
+      {"/Plant/Voltage/Value.Timestamp", "", time},
+      {"/Plant/Voltage/Value.Source", "", "Persistent"},
+      {"/Plant/Voltage/Units.Source", "", "Normal"},
+      {"/Plant/Voltage/Value.AttribType", "", "Real"},
+      {"/Plant/Voltage/Value.Quality", "",
+       "? 11 Illegal Attribute : Unknown sub-Attribute .Quality"},
+      {"Plant/Voltage", "", "? 8 Bad Path Syntax : CDS Error in supplied path"},
+      {"", "", "? 8 Bad Path Syntax : CDS Error in supplied path"},
+      {"/Plant/Nothing", "", "? 9 Node Not Found : CDS access failed"},
+      {"/Plant/Voltage/Description", "",
+       "? 9 Node Not Found : CDS access failed"},
+      // A node without a value (no data type) is not found either.
+      {"/Plant", "", "? 9 Node Not Found : CDS access failed"},
+      {"/Plant/Nothing", "errorPrefix=ERR",
+       "ERR? 9 Node Not Found : CDS access failed"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.result, Read(c.path, c.options)) << c.path;
+  }
   EXPECT_TRUE(LogHas("Error in supplied path Plant/Voltage"));
-  EXPECT_EQ("? 8 Bad Path Syntax : CDS Error in supplied path", Read(""));
-}
-
-TEST_F(ReadPathTest, MissingNodeOrAttributeIsNodeNotFound) {
-  EXPECT_EQ("? 9 Node Not Found : CDS access failed", Read("/Plant/Nothing"));
   EXPECT_TRUE(LogHas("CDS access failed for /Plant/Nothing"));
-  EXPECT_EQ("? 9 Node Not Found : CDS access failed",
-            Read("/Plant/Voltage/Description"));
-  // A node without a value (no data type) is not found either.
-  EXPECT_EQ("? 9 Node Not Found : CDS access failed", Read("/Plant"));
-  EXPECT_EQ("ERR? 9 Node Not Found : CDS access failed",
-            Read("/Plant/Nothing", "errorPrefix=ERR"));
 }
 
 TEST_F(ReadPathTest, ReadRightsExemptSubAttributes) {
@@ -120,51 +119,15 @@ TEST_F(ReadPathTest, ReadRightsExemptSubAttributes) {
             Read("/Plant/Secret/Value.Time"));
   EXPECT_EQ("Normal", Read("/Plant/Secret/Value.Source"));
 
+  EXPECT_EQ((std::vector<std::string>{
+                "230.4", "? 2 Not Authorized : Unauthorized read",
+                StoredTime("/Plant/Secret/Value")}),
+            ReadMany({"/Plant/Voltage", "/Plant/Secret",
+                      "/Plant/Secret/Value.Time"}));
   SetCaller("admin", "10.0.0.7");
   EXPECT_EQ("42", Read("/Plant/Secret"));
   SetCaller("", "");  // anonymous: role None reads nothing
   EXPECT_EQ("? 2 Not Authorized : Unauthorized read", Read("/Plant/Voltage"));
-}
-
-TEST_F(ReadPathTest, UnsupportedLocaleAnswersTheClientsText) {
-  EnableLocales();
-  EXPECT_EQ("? 7 Locale Not Supported : xx-YY.UTF-8",
-            Read("/Plant/Voltage", "locale=xx-YY.UTF-8"));
-  EXPECT_EQ(std::vector<std::string>{"? 7 Locale Not Supported : xx-YY.UTF-8"},
-            ReadMany({"/Plant/Voltage", "/Plant/Label"}, "locale=xx-YY.UTF-8"));
-  EXPECT_EQ("230.4", Read("/Plant/Voltage", "locale=de-DE"));
-}
-
-TEST_F(ReadPathTest, ReadAttributeRendersWhatTheCallerRead) {
-  toolkit::CPath path("/Plant/Voltage");
-  ASSERT_EQ(0, path.normalize());
-  toolkit::CElement element(12.5);
-  bool enumerated = true;
-  std::string result;
-  const ServiceOptions options = Options("");
-  EXPECT_TRUE(readAttribute(ctx_.get(), options, 0, path, API_STATUS_OK,
-                             element, PCD_PROP_NORMAL, enumerated, result));
-  EXPECT_EQ("12.5", result);
-  EXPECT_FALSE(enumerated);
-
-  // A status the store gives a path it refuses is a syntax error, not 9.
-  EXPECT_FALSE(readAttribute(ctx_.get(), options, 0, path, API_STATUS_BAD_PATH,
-                             element, PCD_PROP_NORMAL, enumerated, result));
-  EXPECT_EQ("? 8 Bad Path Syntax : CDS access failed", result);
-  EXPECT_FALSE(readAttribute(ctx_.get(), options, -1, path, API_STATUS_OK,
-                             element, PCD_PROP_NORMAL, enumerated, result));
-  EXPECT_EQ("? 9 Node Not Found : CDS access failed", result);
-  EXPECT_FALSE(readAttribute(ctx_.get(), options, 0, path, API_STATUS_OK,
-                             toolkit::CElement(), PCD_PROP_NORMAL, enumerated,
-                             result));
-  EXPECT_EQ("? 9 Node Not Found : CDS access failed", result);
-
-  SetCaller("viewer", "10.0.0.7");
-  toolkit::CPath secret("/Plant/Secret");
-  ASSERT_EQ(0, secret.normalize());
-  EXPECT_FALSE(readAttribute(ctx_.get(), options, 0, secret, API_STATUS_OK,
-                             element, PCD_PROP_NORMAL, enumerated, result));
-  EXPECT_EQ("? 2 Not Authorized : Unauthorized read", result);
 }
 
 TEST_F(ReadPathTest, ReadValuesAnswersOnePerPathInOrder) {
@@ -179,22 +142,17 @@ TEST_F(ReadPathTest, ReadValuesAnswersOnePerPathInOrder) {
   // The same path twice is read twice.
   EXPECT_EQ((std::vector<std::string>{"V", "V"}),
             ReadMany({"/Plant/Voltage/Units", "/Plant/Voltage/Units"}));
-}
-
-TEST_F(ReadPathTest, ReadValuesFailuresOfTheWholeCall) {
   EXPECT_EQ(std::vector<std::string>{"? 17 No Paths Provided : No paths"},
             ReadMany({}));
   EXPECT_EQ(std::vector<std::string>{"#N/A"},
             ReadMany({}, "errorString=N/A;errorPrefix=#"));
-}
-
-TEST_F(ReadPathTest, ReadValuesChecksRightsPerPath) {
-  SetCaller("viewer", "10.0.0.7");
-  EXPECT_EQ((std::vector<std::string>{
-                "230.4", "? 2 Not Authorized : Unauthorized read",
-                StoredTime("/Plant/Secret/Value")}),
-            ReadMany({"/Plant/Voltage", "/Plant/Secret",
-                      "/Plant/Secret/Value.Time"}));
+  // An unsupported locale is one result, with the client's text.
+  EnableLocales();
+  EXPECT_EQ("? 7 Locale Not Supported : xx-YY.UTF-8",
+            Read("/Plant/Voltage", "locale=xx-YY.UTF-8"));
+  EXPECT_EQ(std::vector<std::string>{"? 7 Locale Not Supported : xx-YY.UTF-8"},
+            ReadMany({"/Plant/Voltage", "/Plant/Label"}, "locale=xx-YY.UTF-8"));
+  EXPECT_EQ("230.4", Read("/Plant/Voltage", "locale=de-DE"));
 }
 
 // readValues reads all leaves in one snapshot, then makes sure each node is
@@ -236,10 +194,6 @@ TEST_F(ReadPathTest, RelativeValuesJoinBaseAndPathWithoutSeparator) {
             results);
 
   const std::string node = "/Plant/Voltage";
-  readRelativeValues(ctx_.get(), Options(""), &node,
-                                  {":Units", "/Value.Source"}, results);
-  EXPECT_EQ((std::vector<std::string>{"V", "Persistent"}), results);
-
   readRelativeValues(ctx_.get(), Options(""), &node, {}, results);
   EXPECT_EQ(std::vector<std::string>{"? 17 No Paths Provided : No paths"},
             results);
@@ -248,16 +202,6 @@ TEST_F(ReadPathTest, RelativeValuesJoinBaseAndPathWithoutSeparator) {
   readRelativeValues(ctx_.get(), Options(""), nullptr, {"/Plant"},
                                   results);
   EXPECT_TRUE(results.empty());
-}
-
-TEST_F(ReadPathTest, ValueWithSuffixReadsTheNamedAttribute) {
-  std::string result;
-  readValueWithSuffix(ctx_.get(), Options(""), "/Plant/Voltage",
-                                   "Units", result);
-  EXPECT_EQ("V", result);
-  readValueWithSuffix(ctx_.get(), Options(""), "/Plant/Voltage",
-                                   "", result);
-  EXPECT_EQ("230.4", result);
 }
 
 }  // namespace

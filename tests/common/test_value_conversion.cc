@@ -45,79 +45,61 @@ TEST(ValueTypeFromText, NamesGiveTypesAndTheEnumeratedFlag) {
 
 // --- client text to typed values -------------------------------------------
 
-class ConvertText : public ServiceTest {
- protected:
-  // The outcome of converting `text` to `type` without options.
-  int Convert(const std::string& text, data_type_t type) {
-    element_ = CElement(text);
-    return convertTextToType(element_, type, result_, nullptr);
+class ConvertText : public ServiceTest {};
+
+// The device's rules are the platform's (tests/platform/test_element.cc)
+// but for the 32-bit limits and the texts refused here.
+TEST_F(ConvertText, ClientTextFollowsTheDevicesRules) {
+  const struct {
+    const char* text;
+    data_type_t type;
+    const char* converted;  // null: refused with `mark`
+    int mark;
+  } cases[] = {
+      {"TRUE", PCD_TYPE_BOOL, "true", 0},
+      {"yes", PCD_TYPE_BOOL, nullptr, kConversionBadBool},
+      {"1", PCD_TYPE_BOOL, nullptr, kConversionBadBool},
+      {"", PCD_TYPE_INT, "0", 0},
+      {"2147483646", PCD_TYPE_INT, "2147483646", 0},
+      // Downward overflow saturates and is accepted; upward overflow
+      // cannot be told from the largest value: both are refused.
+      {"-99999999999", PCD_TYPE_INT, "-2147483648", 0},
+      {"2147483647", PCD_TYPE_INT, nullptr, kConversionBadInteger},
+      {"99999999999", PCD_TYPE_INT, nullptr, kConversionBadInteger},
+      {"12x", PCD_TYPE_INT, nullptr, kConversionBadInteger},
+      // Unsigned text is checked as Integer; the platform refuses "-5".
+      {"42", PCD_TYPE_UINT, "42", 0},
+      {"4294967295", PCD_TYPE_UINT, nullptr, kConversionBadInteger},
+      {"-5", PCD_TYPE_UINT, nullptr, kConversionBadInteger},
+      // Reals follow strtod up to the largest double.
+      {"1e308", PCD_TYPE_REAL, "1e+308", 0},
+      {"1e309", PCD_TYPE_REAL, nullptr, kConversionBadReal},
+      {"inf", PCD_TYPE_REAL, nullptr, kConversionBadReal},
+      // Other types are left to the platform.
+      {"any text", PCD_TYPE_STRING, "any text", 0},
+      {"1700000000", PCD_TYPE_TIMEVAL, "2023-11-14T22:13:20.000000Z", 0},
+      {"tomorrow", PCD_TYPE_TIMEVAL, nullptr, kConversionBadOther},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string("'") + c.text + "'");
+    CElement element(c.text);
+    std::string result;
+    const int mark = convertTextToType(element, c.type, result, nullptr);
+    if (c.converted != nullptr) {
+      EXPECT_EQ(kConversionOk, mark);
+      EXPECT_EQ(c.type, element.get_type());
+      EXPECT_EQ(c.converted, result);
+    } else {
+      EXPECT_EQ(c.mark, mark);
+      EXPECT_EQ(std::string("? 12 Bad Value Format : Could not transform ") +
+                    c.text,
+                result);
+      // The element still holds the client's text.
+      EXPECT_EQ(CElement(c.text), element);
+    }
   }
-  void ExpectAccepted(const std::string& text, data_type_t type,
-                      const std::string& converted) {
-    EXPECT_EQ(kConversionOk, Convert(text, type)) << "'" << text << "'";
-    EXPECT_EQ(type, element_.get_type()) << "'" << text << "'";
-    EXPECT_EQ(converted, result_) << "'" << text << "'";
-  }
-  void ExpectRefused(const std::string& text, data_type_t type, int mark) {
-    EXPECT_EQ(mark, Convert(text, type)) << "'" << text << "'";
-    EXPECT_EQ("? 12 Bad Value Format : Could not transform " + text, result_);
-    // The element still holds the client's text.
-    EXPECT_EQ(PCD_TYPE_STRING, element_.get_type());
-    EXPECT_EQ(text, element_.to_string());
-  }
-
-  CElement element_;
-  std::string result_;
-};
-
-TEST_F(ConvertText, BooleansAreTrueOrFalseInAnyCase) {
-  ExpectAccepted("TRUE", PCD_TYPE_BOOL, "true");
-  ExpectAccepted("False", PCD_TYPE_BOOL, "false");
-  ExpectRefused("yes", PCD_TYPE_BOOL, kConversionBadBool);
-  ExpectRefused("1", PCD_TYPE_BOOL, kConversionBadBool);
-  ExpectRefused("", PCD_TYPE_BOOL, kConversionBadBool);
-  EXPECT_TRUE(LogHas("BnwsErrMsg: ? 12 Bad Value Format : Could not transform yes"));
-}
-
-TEST_F(ConvertText, IntegersFollowThe32BitStrtol) {
-  ExpectAccepted("", PCD_TYPE_INT, "0");
-  ExpectAccepted(" 5", PCD_TYPE_INT, "5");
-  ExpectAccepted("-12", PCD_TYPE_INT, "-12");
-  ExpectAccepted("2147483646", PCD_TYPE_INT, "2147483646");
-  // Downward overflow saturates and is accepted...
-  ExpectAccepted("-99999999999", PCD_TYPE_INT, "-2147483648");
-  // ...upward overflow cannot be told from the largest value: both refused.
-  ExpectRefused("2147483647", PCD_TYPE_INT, kConversionBadInteger);
-  ExpectRefused("99999999999", PCD_TYPE_INT, kConversionBadInteger);
-  ExpectRefused("5 ", PCD_TYPE_INT, kConversionBadInteger);
-  ExpectRefused("12x", PCD_TYPE_INT, kConversionBadInteger);
-  ExpectRefused("-", PCD_TYPE_INT, kConversionBadInteger);
-  ExpectRefused("1.5", PCD_TYPE_INT, kConversionBadInteger);
-}
-
-TEST_F(ConvertText, UnsignedTextIsCheckedAsInteger) {
-  ExpectAccepted("42", PCD_TYPE_UINT, "42");
-  ExpectRefused("4294967295", PCD_TYPE_UINT, kConversionBadInteger);
-  // Passes the text check; the platform refuses a negative counter.
-  ExpectRefused("-5", PCD_TYPE_UINT, kConversionBadInteger);
-}
-
-TEST_F(ConvertText, RealsFollowStrtodUpToTheLargestDouble) {
-  ExpectAccepted("230.4", PCD_TYPE_REAL, "230.4");
-  ExpectAccepted("1e308", PCD_TYPE_REAL, "1e+308");
-  ExpectAccepted("-inf", PCD_TYPE_REAL, "-inf");
-  ExpectAccepted("nan", PCD_TYPE_REAL, "nan");
-  ExpectAccepted("", PCD_TYPE_REAL, "0");
-  ExpectRefused("1e309", PCD_TYPE_REAL, kConversionBadReal);
-  ExpectRefused("1e999", PCD_TYPE_REAL, kConversionBadReal);
-  ExpectRefused("inf", PCD_TYPE_REAL, kConversionBadReal);
-  ExpectRefused("2,5", PCD_TYPE_REAL, kConversionBadReal);
-}
-
-TEST_F(ConvertText, OtherTypesAreLeftToThePlatform) {
-  ExpectAccepted("any text", PCD_TYPE_STRING, "any text");
-  ExpectAccepted("1700000000", PCD_TYPE_TIMEVAL, "2023-11-14T22:13:20.000000Z");
-  ExpectRefused("tomorrow", PCD_TYPE_TIMEVAL, kConversionBadOther);
+  EXPECT_TRUE(LogHas("BnwsErrMsg: ? 12 Bad Value Format : Could not "
+                     "transform yes"));
 }
 
 TEST_F(ConvertText, OptionsShapeTheErrorResult) {
@@ -129,88 +111,61 @@ TEST_F(ConvertText, OptionsShapeTheErrorResult) {
   EXPECT_EQ("N/A", result);
 }
 
-TEST_F(ConvertText, NamedTypesUseThePlatformsNames) {
-  CElement element("TRUE");
-  std::string result;
-  EXPECT_EQ(kConversionOk, convertTextToNamedType(element, "bool", result, nullptr));
-  EXPECT_EQ(PCD_TYPE_BOOL, element.get_type());
-  element = CElement("12x");
-  EXPECT_EQ(kConversionBadInteger,
-            convertTextToNamedType(element, "Integer", result, nullptr));
-  EXPECT_EQ("? 12 Bad Value Format : Could not transform 12x", result);
-  element = CElement("0.5");
-  EXPECT_EQ(kConversionOk, convertTextToNamedType(element, "Double", result, nullptr));
-  EXPECT_EQ("0.5", result);
-}
-
 // --- re-casting stored values ------------------------------------------------
 
-class RecastAttribute : public ServiceTest {
- protected:
-  void Read(const std::string& path, CElement& element,
-            element_property_t& property) {
-    api_status_t status = API_STATUS_UNKNOWN;
-    ASSERT_EQ(0, ctx_->cds.get_leaf(path, status, element, property));
-    ASSERT_EQ(API_STATUS_OK, status) << path;
-  }
-};
+class RecastAttribute : public ServiceTest {};
 
-TEST_F(RecastAttribute, ConvertsAndKeepsPersistence) {
+// Enumerated types convert by state name, a boolean without a list like
+// client text; an unconvertible value is only logged; counters are never
+// re-cast, nor a value of the type already, nor what does not exist.
+TEST_F(RecastAttribute, ConvertsStoredValuesKeepingTheirProperty) {
   Seed("[/Dev/P]\nValueType = Integer\nValue:Real@persistent = 230\n"
-       ".AlarmOnValue:Real = 5\n");
-  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/P", "Integer", "Value"));
-  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/P", "Integer", ".AlarmOnValue"));
-  CElement element;
-  element_property_t property = PCD_PROP_NORMAL;
-  Read("/Dev/P/Value", element, property);
-  EXPECT_EQ(PCD_TYPE_INT, element.get_type());
-  EXPECT_EQ(230, element.to_int());
-  EXPECT_EQ(PCD_PROP_PERSISTENT, property);
-  Read("/Dev/P/.AlarmOnValue", element, property);
-  EXPECT_EQ(PCD_TYPE_INT, element.get_type());
-  EXPECT_EQ(PCD_PROP_NORMAL, property);
+       ".AlarmOnValue:Real = 5\n"
+       "[/Dev/M]\nValueType = Multistate\nPossibleValues = Off;On\n"
+       "Value:String = On\n"
+       "[/Dev/B]\nValueType = Boolean\nValue:String = TRUE\n"
+       "[/Dev/F]\nValueType = Integer\nValue:Real = 230.4\n"
+       "[/Dev/U]\nValueType = Unsigned\nValue = 7\n"
+       "[/Dev/R]\nValueType = Real\nValue = 1.5\n[/Dev/E]\nValueType = Real\n");
+  const struct {
+    const char* node;
+    const char* type;
+    const char* attribute;
+    int rc;  // 0, or 1 for "not 0"
+    data_type_t stored;
+    element_property_t property;
+  } cases[] = {
+      {"/Dev/P", "Integer", "Value", 0, PCD_TYPE_INT, PCD_PROP_PERSISTENT},
+      {"/Dev/P", "Integer", ".AlarmOnValue", 0, PCD_TYPE_INT, PCD_PROP_NORMAL},
+      {"/Dev/M", "Multistate", "Value", 0, PCD_TYPE_INT, PCD_PROP_NORMAL},
+      {"/Dev/B", "Boolean", "Value", 0, PCD_TYPE_BOOL, PCD_PROP_NORMAL},
+      {"/Dev/F", "Integer", "Value", 1, PCD_TYPE_REAL, PCD_PROP_NORMAL},
+      {"/Dev/U", "Integer", "Value", 0, PCD_TYPE_UINT, PCD_PROP_NORMAL},
+      {"/Dev/R", "real", "Value", 0, PCD_TYPE_REAL, PCD_PROP_NORMAL},
+      {"/Dev/E", "Integer", ".AlarmOnValue", 0, PCD_TYPE_NONE,
+       PCD_PROP_NORMAL},
+      {"/Dev/Missing", "Integer", "Value", 0, PCD_TYPE_NONE, PCD_PROP_NORMAL},
+  };
+  for (const auto& c : cases) {
+    const std::string path = std::string(c.node) + "/" + c.attribute;
+    EXPECT_EQ(c.rc, recastAttribute(ctx_->cds, c.node, c.type, c.attribute)
+                        != 0) << path;
+    api_status_t status = API_STATUS_UNKNOWN;
+    CElement element;
+    element_property_t property = PCD_PROP_NORMAL;
+    ctx_->cds.get_leaf(path, status, element, property);
+    EXPECT_EQ(c.stored, element.get_type()) << path;
+    EXPECT_EQ(c.property, property) << path;
+  }
+  EXPECT_EQ(230, Stored("/Dev/P/Value").to_int());
+  EXPECT_EQ(1, Stored("/Dev/M/Value").to_int());
+  EXPECT_TRUE(Stored("/Dev/B/Value").to_bool());
   EXPECT_TRUE(LogHas("Recasting /Dev/P/Value as Integer"));
   EXPECT_TRUE(LogHas("Recasting /Dev/P/.AlarmOnValue as Integer"));
-}
-
-TEST_F(RecastAttribute, EnumeratedTypesConvertByStateName) {
-  Seed("[/Dev/M]\nValueType = Multistate\nPossibleValues = Off;On\n"
-       "Value:String = On\n"
-       "[/Dev/B]\nValueType = Boolean\nValue:String = TRUE\n");
-  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/M", "Multistate", "Value"));
-  // Without a list of its own a boolean converts like client text.
-  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/B", "Boolean", "Value"));
-  CElement element;
-  element_property_t property = PCD_PROP_NORMAL;
-  Read("/Dev/M/Value", element, property);
-  EXPECT_EQ(PCD_TYPE_INT, element.get_type());
-  EXPECT_EQ(1, element.to_int());
-  Read("/Dev/B/Value", element, property);
-  EXPECT_EQ(PCD_TYPE_BOOL, element.get_type());
-  EXPECT_TRUE(element.to_bool());
-}
-
-TEST_F(RecastAttribute, UnconvertibleValueIsOnlyLogged) {
-  Seed("[/Dev/P]\nValueType = Integer\nValue:Real = 230.4\n");
-  EXPECT_NE(0, recastAttribute(ctx_->cds, "/Dev/P", "Integer", "Value"));
-  EXPECT_TRUE(LogHas("Failed to re-cast /Dev/P/Value as Integer"));
-  CElement element;
-  element_property_t property = PCD_PROP_NORMAL;
-  Read("/Dev/P/Value", element, property);
-  EXPECT_EQ(PCD_TYPE_REAL, element.get_type());
-}
-
-TEST_F(RecastAttribute, NothingToDoLeavesTheLeafAlone) {
-  Seed("[/Dev/U]\nValueType = Unsigned\nValue = 7\n"
-       "[/Dev/R]\nValueType = Real\nValue = 1.5\n"
-       "[/Dev/E]\nValueType = Real\n");
-  // Counters are never re-cast; same type; no such attribute or node.
-  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/U", "Integer", "Value"));
-  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/R", "real", "Value"));
-  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/E", "Integer", ".AlarmOnValue"));
-  EXPECT_EQ(0, recastAttribute(ctx_->cds, "/Dev/Missing", "Integer", "Value"));
-  EXPECT_FALSE(LogHas("ecast"));
-  EXPECT_FALSE(LogHas("re-cast"));
+  EXPECT_TRUE(LogHas("Failed to re-cast /Dev/F/Value as Integer"));
+  for (const char* node : {"/Dev/U", "/Dev/R", "/Dev/E", "/Dev/Missing"}) {
+    EXPECT_FALSE(LogHas(std::string("ecasting ") + node)) << node;
+  }
 }
 
 // --- a node's type -------------------------------------------------------------
@@ -238,27 +193,12 @@ class LookupValueType : public ServiceTest {
   bool enumerated_ = false;
 };
 
-TEST_F(LookupValueType, StoredTypesAndPossibleValues) {
-  EXPECT_EQ(PCD_TYPE_INT, Lookup("/Dev/M", nullptr));
-  EXPECT_TRUE(enumerated_);
-  EXPECT_EQ("Off;On", possible_);
-  EXPECT_EQ(PCD_TYPE_REAL, Lookup("/Dev/R", nullptr));
-  EXPECT_FALSE(enumerated_);
-  EXPECT_EQ("untouched", possible_);
-  // An enumerated node without a list.
-  EXPECT_EQ(PCD_TYPE_BOOL, Lookup("/Dev/B", nullptr));
-  EXPECT_TRUE(enumerated_);
-  EXPECT_EQ("null", possible_);
-}
-
-TEST_F(LookupValueType, ShortOrMissingTypeIsText) {
+// Entries of the call come before the store's; a type name too short or
+// missing is text.
+TEST_F(LookupValueType, PrefetchedEntriesComeFirst) {
   EXPECT_EQ(PCD_TYPE_STRING, Lookup("/Dev/S", nullptr));
   EXPECT_FALSE(enumerated_);
   EXPECT_EQ(PCD_TYPE_STRING, Lookup("/Dev/Missing", nullptr));
-  EXPECT_FALSE(enumerated_);
-}
-
-TEST_F(LookupValueType, PrefetchedEntriesComeFirst) {
   const PrefetchedLeaves prefetched({
       {"/Dev/R/ValueType", "Multistate"},
       {"/Dev/R/PossibleValues", "Low;High"},
@@ -307,76 +247,76 @@ class RenderValue : public ServiceTest {
   bool enumerated_ = false;
 };
 
-TEST_F(RenderValue, BooleansReadAsTheirStateTexts) {
-  EXPECT_EQ("Closed", Render("/Dev/Breaker", ""));
-  EXPECT_TRUE(enumerated_);
-  EXPECT_EQ("false", Render("/Dev/Plain", ""));
-  EXPECT_TRUE(enumerated_);
-  EXPECT_EQ("true", Render("/Dev/Breaker", "canonical"));
-  EXPECT_TRUE(enumerated_);
+struct RenderCase {
+  const char* path;
+  const char* options;
+  const char* text;
+  bool enumerated;
+};
+
+// Booleans honour canonical, multistates never do; without locale support
+// nothing is translated.
+TEST_F(RenderValue, ValuesReadAsTheirStates) {
+  const RenderCase cases[] = {
+      {"/Dev/Breaker", "", "Closed", true},
+      {"/Dev/Plain", "", "false", true},
+      {"/Dev/Breaker", "canonical", "true", true},
+      {"/Dev/Switch", "", "On", true},
+      {"/Dev/Switch", "canonical", "On", true},
+      {"/Dev/Switch/.AlarmOnValue", "", "Off", true},
+      {"/Dev/Count", "", "42", false},
+      {"/Dev/Volts", "", "230.4", false},
+      {"/Dev/Switch/Units", "", "no-units", false},
+      {"/Dev/Switch/.AlarmText", "", "Overload : #Short Circuit", false},
+  };
+  for (const RenderCase& c : cases) {
+    SCOPED_TRACE(std::string(c.path) + " " + c.options);
+    EXPECT_EQ(c.text, Render(c.path, c.options));
+    EXPECT_EQ(c.enumerated, enumerated_);
+  }
 }
 
-TEST_F(RenderValue, MultistatesReadAsStateNamesEvenWhenCanonical) {
-  EXPECT_EQ("On", Render("/Dev/Switch", ""));
-  EXPECT_TRUE(enumerated_);
-  EXPECT_EQ("On", Render("/Dev/Switch", "canonical"));
-  EXPECT_EQ("Off", Render("/Dev/Switch/.AlarmOnValue", ""));
-  EXPECT_TRUE(enumerated_);
-}
-
-TEST_F(RenderValue, OtherValuesReadAsStored) {
-  EXPECT_EQ("42", Render("/Dev/Count", ""));
-  EXPECT_FALSE(enumerated_);
-  EXPECT_EQ("230.4", Render("/Dev/Volts", ""));
-  EXPECT_FALSE(enumerated_);
-  // Without locale support nothing is translated.
-  EXPECT_EQ("no-units", Render("/Dev/Switch/Units", ""));
-  EXPECT_EQ("Overload : #Short Circuit", Render("/Dev/Switch/.AlarmText", ""));
-  EXPECT_FALSE(enumerated_);
-}
-
-TEST_F(RenderValue, StateNamesAndLabelsInTheCallersLanguage) {
+// State names, labels and event texts are translated, other attributes
+// are not.
+TEST_F(RenderValue, StatesAndLabelsInTheCallersLanguage) {
   EnableLocales();
-  EXPECT_EQ("Ein", Render("/Dev/Switch", "locale=de_DE"));
-  EXPECT_EQ("Ein", Render("/Dev/Switch", "locale=de_DE;canonical"));
-  EXPECT_EQ("Arrêt", Render("/Dev/Switch/.AlarmOnValue", "locale=fr_FR"));
-  EXPECT_EQ("Ein", Render("/Dev/Switch", "locale=de-DE.UTF-8"));
-  EXPECT_EQ("keine Einheit", Render("/Dev/Switch/Units", "locale=de_DE"));
-  EXPECT_EQ("Geräte", Render("/Dev/Switch/DisplayName", "locale=de_DE"));
-  // Not a label: kept even though the catalogue knows the text.
-  EXPECT_EQ("Devices", Render("/Dev/Switch/NodeType", "locale=de_DE"));
-  EXPECT_EQ("Überlast : Kurzschluss",
-            Render("/Dev/Switch/.AlarmText", "locale=de_DE"));
-  // Booleans honour canonical; their state texts are translated otherwise.
-  EXPECT_EQ("true", Render("/Dev/Breaker", "locale=de_DE;canonical"));
-  EXPECT_EQ("Geschlossen", Render("/Dev/Breaker", "locale=de_DE"));
+  const RenderCase cases[] = {
+      {"/Dev/Switch", "locale=de_DE", "Ein", true},
+      {"/Dev/Switch", "locale=de_DE;canonical", "Ein", true},
+      {"/Dev/Switch", "locale=de-DE.UTF-8", "Ein", true},
+      {"/Dev/Switch/.AlarmOnValue", "locale=fr_FR", "Arrêt", true},
+      {"/Dev/Switch/Units", "locale=de_DE", "keine Einheit", false},
+      {"/Dev/Switch/DisplayName", "locale=de_DE", "Geräte", false},
+      // Not a label: kept even though the catalogue knows the text.
+      {"/Dev/Switch/NodeType", "locale=de_DE", "Devices", false},
+      {"/Dev/Switch/.AlarmText", "locale=de_DE", "Überlast : Kurzschluss",
+       false},
+      {"/Dev/Breaker", "locale=de_DE;canonical", "true", true},
+      {"/Dev/Breaker", "locale=de_DE", "Geschlossen", true},
+  };
+  for (const RenderCase& c : cases) {
+    SCOPED_TRACE(std::string(c.path) + " " + c.options);
+    EXPECT_EQ(c.text, Render(c.path, c.options));
+    EXPECT_EQ(c.enumerated, enumerated_);
+  }
 }
 
-// --- sub-attributes and event texts ------------------------------------------
-
-TEST(SubAttributeText, TimeIsDeviceTimeInDecimal) {
+TEST(SubAttributeText, TimeSourceAndType) {
   CElement element(int32_t(1));
   element.set_time(timeval{1700000000, 250000});
   EXPECT_EQ("1700000000250000", timeSubAttributeText(element));
   element.set_time(timeval{-1, 0});
   EXPECT_EQ("-1000000", timeSubAttributeText(element));
-}
-
-TEST(SubAttributeText, SourceNamesTheProperty) {
-  EXPECT_EQ("Normal", sourceSubAttributeText(PCD_PROP_NORMAL));
-  EXPECT_EQ("Persistent", sourceSubAttributeText(PCD_PROP_PERSISTENT));
   EXPECT_EQ("Automatic", sourceSubAttributeText(PCD_PROP_AUTOMATIC));
   EXPECT_EQ("MPL", sourceSubAttributeText(PCD_PROP_MPL));
-}
-
-TEST(SubAttributeText, AttribTypeNamesTheType) {
-  EXPECT_EQ("Real", attribTypeSubAttributeText(CElement(1.5), false));
-  EXPECT_EQ("Multistate", attribTypeSubAttributeText(CElement(int32_t(1)), true));
-  EXPECT_EQ("Multistate", attribTypeSubAttributeText(CElement(uint32_t(1)), true));
-  EXPECT_EQ("Integer", attribTypeSubAttributeText(CElement(int32_t(1)), false));
-  EXPECT_EQ("Boolean", attribTypeSubAttributeText(CElement(true), true));
-  EXPECT_EQ("String", attribTypeSubAttributeText(CElement("x"), false));
-  EXPECT_EQ("None", attribTypeSubAttributeText(CElement(), false));
+  const std::pair<CElement, const char*> types[] = {
+      {CElement(int32_t(1)), "Integer"}, {CElement(true), "Boolean"},
+      {CElement("x"), "String"}, {CElement(), "None"}};
+  for (const auto& [value, name] : types) {
+    EXPECT_EQ(name, attribTypeSubAttributeText(value, false));
+  }
+  EXPECT_EQ("Multistate",
+            attribTypeSubAttributeText(CElement(uint32_t(1)), true));
 }
 
 class EventText : public ServiceTest {};

@@ -1,6 +1,6 @@
 // The store the write tests work on: points of every kind a write treats
-// differently, an Operator as the caller, and read-backs of what a write
-// left in the store (value, property and recorded writer).
+// differently, an Operator as the caller, the writes, and read-backs of
+// what a write left in the store (value, property and recorded writer).
 
 #ifndef TESTS_COMMON_WRITE_FIXTURE_H_
 #define TESTS_COMMON_WRITE_FIXTURE_H_
@@ -8,11 +8,15 @@
 #include <sqlite3.h>
 
 #include <string>
+#include <vector>
 
+#include "common/write_path.h"
 #include "platform/element.h"
 #include "tests/common/service_fixture.h"
 
 namespace wsgated {
+
+using Texts = std::vector<std::string>;
 
 class WriteTest : public ServiceTest {
  protected:
@@ -30,19 +34,49 @@ class WriteTest : public ServiceTest {
          "Value = 0\nWritable = true\n"
          "[/Devices/M/Breaker]\n"
          "ValueType = Boolean\nPossibleValues = Open;Closed\n"
-         "Value = false\nWritable = true\n");
+         "Value = false\nWritable = true\n"
+         "[/Devices/M/NoFlag]\nValueType = Real\nValue = 2.5\n"
+         "[/Devices/M/Flag]\n"
+         "ValueType = Boolean\nValue = false\nWritable = true\n"
+         "[/Devices/M/Kind]\n"
+         "ValueType = Integer\nValue = 7\n.AlarmOnValue = 3\n"
+         "[/Devices/M/Note]\nValueType = String\nValue = x\n"
+         "[/Devices/M/Tap]\n"
+         "ValueType = Multistate\nPossibleValues = -1=Down;Neutral;Up\n"
+         "Value:Unsigned = 1\nWritable = true\n"
+         "[/Devices/M/Speed]\n"
+         "ValueType = Multistate\nPossibleValues = Low;Medium;High\n"
+         "WritableValues = Low;Medium\nValue = 0\nWritable = true\n"
+         "[/Devices/New]\nNodeType = Point\n");
     SetCaller("operator", "10.0.0.7");
   }
 
-  // The leaf at `path`, which must be readable.
-  toolkit::CElement Stored(const std::string& path,
-                           element_property_t* property = nullptr) {
-    api_status_t status = API_STATUS_UNKNOWN;
-    toolkit::CElement element;
-    element_property_t ignored = PCD_PROP_NORMAL;
-    ctx_->cds.get_leaf(path, status, element, property ? *property : ignored);
-    EXPECT_EQ(API_STATUS_OK, status) << path;
-    return element;
+  // setValue (SetLeaf with `admin`) of `value` to `path`.
+  std::string Write(const std::string& path, const std::string& value,
+                    const std::string& options = "", bool admin = false) {
+    std::string result;
+    EXPECT_EQ(0, writeValue(ctx_.get(), admin, Options(options), &path,
+                            &value, result));
+    return result;
+  }
+  // setValues (SetLeaves with `admin`), which answers `count` results.
+  Texts WriteMany(const Texts& paths, const Texts& values,
+                  const std::string& options = "", bool admin = false,
+                  size_t count = 0) {
+    Texts results;
+    EXPECT_EQ(0, writeValues(ctx_.get(), admin, Options(options), paths,
+                             values, results));
+    EXPECT_EQ(count ? count : paths.size(), results.size());
+    return results;
+  }
+  // The same as an Administrator.
+  std::string AdminWrite(const std::string& path, const std::string& value) {
+    SetCaller("admin", "10.0.0.1");
+    return Write(path, value, "", true);
+  }
+  Texts AdminWriteMany(const Texts& paths, const Texts& values) {
+    SetCaller("admin", "10.0.0.1");
+    return WriteMany(paths, values, "", true);
   }
 
   // Who the store recorded as the last writer of a leaf ("" when none).

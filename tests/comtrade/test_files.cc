@@ -10,7 +10,7 @@
 #include "platform/comtrade/comtrade.h"
 #include "platform/comtrade/header_parse.h"
 #include "platform/comtrade/wave_data.h"
-#include "tests/comtrade/record_writer.h"
+#include "tests/comtrade/files.h"
 
 namespace {
 
@@ -75,7 +75,7 @@ TEST_F(RecordFilesTest, PathFormsAndTheirParts) {
   }
 }
 
-TEST_F(RecordFilesTest, OnlyRegularFilesAreOpenedAndNeverBlock) {
+TEST_F(RecordFilesTest, OnlyRegularFilesWithinTheLimitAreOpened) {
   Copy("hand.cfg", "fifo.cfg");
   ASSERT_EQ(0, mkfifo((dir_ / "fifo.dat").c_str(), 0600));
   ASSERT_EQ(0, mkdir((dir_ / "folder.cfg").c_str(), 0700));
@@ -85,9 +85,7 @@ TEST_F(RecordFilesTest, OnlyRegularFilesAreOpenedAndNeverBlock) {
   EXPECT_EQ(COMTRADE_ERR_NOT_REGULAR, Read("folder"));
   EXPECT_EQ(COMTRADE_ERR_NOT_REGULAR, Read("dev"));
   EXPECT_EQ("", Parts());
-}
-
-TEST_F(RecordFilesTest, FilesOverTheSizeLimitAreRefusedUnread) {
+  // Nor are files over the size limit read.
   Copy("hand.cfg", "big.cfg");
   WriteFile(dir_ / "big.dat", "");
   ASSERT_EQ(0, truncate((dir_ / "big.dat").c_str(),

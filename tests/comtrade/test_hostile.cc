@@ -11,7 +11,7 @@
 
 #include "platform/comtrade/comtrade.h"
 #include "platform/comtrade/parse.h"
-#include "tests/comtrade/record_writer.h"
+#include "tests/comtrade/files.h"
 
 // Records the largest single allocation while armed. Every allocation of
 // the test program passes through here; it only observes.

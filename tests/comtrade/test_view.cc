@@ -12,7 +12,7 @@
 
 #include "platform/comtrade/comtrade.h"
 #include "platform/comtrade/comtrade_view.h"
-#include "tests/comtrade/record_writer.h"
+#include "tests/comtrade/files.h"
 
 namespace {
 
@@ -117,18 +117,6 @@ TEST_F(ViewTest, BadFoldersAreRefused) {
               CComtradeView::parseUrlToFilepath("rec", folder, path))
         << folder;
   }
-}
-
-TEST_F(ViewTest, MappedPathReadsTheRecord) {
-  comtrade_test::WriteFile(wave_ + "/sub/real.hdr", "Event: mapped\n");
-  std::string path;
-  ASSERT_EQ(COMTRADE_OK, CComtradeView::parseUrlToFilepath(
-                             "http://h/wsgated/waveforms/sublink/real", wave_,
-                             path));
-  comtrade_handle_t* handle = comtrade_alloc_handle();
-  EXPECT_EQ(COMTRADE_OK, comtrade_read_all_files(handle, path.c_str()));
-  EXPECT_TRUE(comtrade_has_header(handle));
-  comtrade_close(handle);
 }
 
 }  // namespace

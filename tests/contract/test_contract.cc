@@ -59,85 +59,54 @@ bool Contains(const std::string& text, const std::string& part) {
 }
 
 // --- Envelope versions and faults ---------------------------------------
+// (The end-to-end tests see the same faults through nginx; here the
+// engine's own error codes and texts.)
 
-TEST(Dispatch, Soap12RequestGetsSoap12Fault) {
-  Engine engine;
-  std::string out = engine.Serve(Envelope(
-      kSoap12, std::string("<q:getMinAvgMaxValues xmlns:q=\"") + kQV +
-                   "\"><options/></q:getMinAvgMaxValues>"));
-  EXPECT_TRUE(Contains(out, kSoap12)) << out;
-  EXPECT_FALSE(Contains(out, kSoap11)) << out;
-  EXPECT_TRUE(Contains(out, "<SOAP-ENV:Reason><SOAP-ENV:Text xml:lang=\"en\">"
-                            "Server fault</SOAP-ENV:Text></SOAP-ENV:Reason>"))
-      << out;
-}
-
-TEST(Dispatch, Soap11RequestGetsSoap11Fault) {
-  Engine engine;
-  std::string out = engine.Serve(Envelope(
-      kSoap11, std::string("<q:getMinAvgMaxValues xmlns:q=\"") + kQV +
-                   "\"/>"));
-  EXPECT_TRUE(Contains(out, kSoap11)) << out;
-  EXPECT_FALSE(Contains(out, kSoap12)) << out;
-  EXPECT_TRUE(Contains(out, "<faultstring>Server fault</faultstring>")) << out;
-}
-
-TEST(Dispatch, MinAvgMaxValuesIsAlwaysAServerFault) {
-  Engine engine;
-  std::string out = engine.Serve(Envelope(
-      kSoap12, std::string("<q:getMinAvgMaxValues xmlns:q=\"") + kQV +
-                   "\"><options>x</options><paths>/a</paths><paths>/b</paths>"
-                   "<startTime>1</startTime><endTime>2</endTime>"
-                   "<ratePeriod>RatePeriodAll</ratePeriod>"
-                   "</q:getMinAvgMaxValues>"));
-  EXPECT_EQ(SOAP_SVR_FAULT, engine.get()->error);
-  // The engine's generic fault, complete down to the end of the envelope.
-  EXPECT_TRUE(Contains(out, "<SOAP-ENV:Fault><SOAP-ENV:Code>")) << out;
-  EXPECT_TRUE(Contains(out, "</SOAP-ENV:Fault></SOAP-ENV:Body>"
-                            "</SOAP-ENV:Envelope>"))
-      << out;
-  EXPECT_FALSE(Contains(out, "getMinAvgMaxValuesResponse")) << out;
-}
-
-TEST(Dispatch, UnknownOperationIsNoSuchMethod) {
-  Engine engine;
-  engine.Serve(Envelope(kSoap12, std::string("<c:getNothing xmlns:c=\"") +
-                                     kC1 + "\"/>"));
-  EXPECT_EQ(SOAP_NO_METHOD, engine.get()->error);
-}
-
-TEST(Dispatch, OperationNameIsMatchedWithItsCase) {
-  Engine engine;
-  std::string out = engine.Serve(Envelope(
-      kSoap12, std::string("<c:getvalue xmlns:c=\"") + kC1 +
-                   "\"><c:path>/a</c:path></c:getvalue>"));
-  EXPECT_EQ(SOAP_NO_METHOD, engine.get()->error);
-  EXPECT_TRUE(Contains(out, "<SOAP-ENV:Fault")) << out;
-}
-
-TEST(Dispatch, OperationOfAnotherNamespaceIsNoSuchMethod) {
-  Engine engine;
-  engine.Serve(Envelope(kSoap12, std::string("<q:getValue xmlns:q=\"") +
-                                     kQV + "\"/>"));
-  EXPECT_EQ(SOAP_NO_METHOD, engine.get()->error);
-}
-
-TEST(Dispatch, MalformedXmlIsAFault) {
-  Engine engine;
-  std::string out = engine.Serve(
-      Envelope(kSoap12, std::string("<c:getValue xmlns:c=\"") + kC1 +
-                            "\"><c:path>/a</c:getValue>"));
-  EXPECT_NE(SOAP_OK, engine.get()->error);
-  EXPECT_TRUE(Contains(out, "<SOAP-ENV:Fault")) << out;
-}
-
-TEST(Dispatch, EnumerationTextThatIsNoNumberIsAFault) {
-  Engine engine;
-  std::string out = engine.Serve(Envelope(
-      kSoap12, std::string("<q:getMinAvgMaxValues xmlns:q=\"") + kQV +
-                   "\"><ratePeriod>Weekly</ratePeriod></q:getMinAvgMaxValues>"));
-  EXPECT_EQ(SOAP_TYPE, engine.get()->error);
-  EXPECT_TRUE(Contains(out, "<SOAP-ENV:Fault")) << out;
+TEST(Dispatch, FaultsInTheRequestsVersionWithTheEnginesCode) {
+  const std::string qv = std::string(" xmlns:q=\"") + kQV + "\"";
+  const std::string c1 = std::string(" xmlns:c=\"") + kC1 + "\"";
+  const struct {
+    const char* version;
+    std::string body;
+    int error;
+    const char* text;  // in the answer
+  } cases[] = {
+      {kSoap12,
+       "<q:getMinAvgMaxValues" + qv + "><options>x</options><paths>/a</paths>"
+       "<paths>/b</paths><startTime>1</startTime><endTime>2</endTime>"
+       "<ratePeriod>RatePeriodAll</ratePeriod></q:getMinAvgMaxValues>",
+       SOAP_SVR_FAULT,
+       "<SOAP-ENV:Reason><SOAP-ENV:Text xml:lang=\"en\">Server fault"
+       "</SOAP-ENV:Text></SOAP-ENV:Reason>"},
+      {kSoap11, "<q:getMinAvgMaxValues" + qv + "/>", SOAP_SVR_FAULT,
+       "<faultstring>Server fault</faultstring>"},
+      {kSoap12, "<c:getNothing" + c1 + "/>", SOAP_NO_METHOD, "Fault"},
+      // Operations are matched with their case and namespace.
+      {kSoap12, "<c:getvalue" + c1 + "><c:path>/a</c:path></c:getvalue>",
+       SOAP_NO_METHOD, "Fault"},
+      {kSoap12, "<q:getValue" + qv + "/>", SOAP_NO_METHOD, "Fault"},
+      {kSoap12, "<q:getMinAvgMaxValues" + qv + "><ratePeriod>Weekly"
+       "</ratePeriod></q:getMinAvgMaxValues>", SOAP_TYPE, "Fault"},
+      {kSoap12, "<c:getValue" + c1 + "><c:path>/a</c:getValue>", -1,
+       "Fault"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.body);
+    Engine engine;
+    const std::string out = engine.Serve(Envelope(c.version, c.body));
+    if (c.error >= 0) {
+      EXPECT_EQ(c.error, engine.get()->error);
+    } else {
+      EXPECT_NE(SOAP_OK, engine.get()->error);
+    }
+    const char* other = c.version == kSoap12 ? kSoap11 : kSoap12;
+    EXPECT_TRUE(Contains(out, c.version)) << out;
+    EXPECT_FALSE(Contains(out, other)) << out;
+    EXPECT_TRUE(Contains(out, c.text)) << out;
+    // Complete down to the end of the envelope, and no response.
+    EXPECT_TRUE(Contains(out, "</SOAP-ENV:Body></SOAP-ENV:Envelope>")) << out;
+    EXPECT_FALSE(Contains(out, "Response")) << out;
+  }
 }
 
 TEST(PendingOperation, FaultNamesTheOperation) {
@@ -155,163 +124,19 @@ TEST(PendingOperation, FaultNamesTheOperation) {
       << out.str();
 }
 
-// --- Enumerations and records on the wire ---------------------------------
+// --- Enumerations on the wire -----------------------------------------
+// A client may send a number outside an enumeration's table (a status
+// this build does not know yet); the generated range check is dropped
+// (relax_enum_input.cmake), and such numbers are written back as digits.
 
-// Writes a value with the generated serializer and returns the document.
-template <typename T, typename Writer>
-std::string Write(Engine& engine, const T& value, Writer write) {
-  std::ostringstream out;
-  engine.get()->os = &out;
-  EXPECT_EQ(SOAP_OK, write(engine.get(), &value));
-  engine.get()->os = nullptr;
-  return out.str();
-}
-
-// Reads a value with the generated serializer from a document.
-template <typename T, typename Reader>
-int Read(Engine& engine, const std::string& xml, T* value, Reader read) {
-  std::istringstream in(xml);
-  engine.get()->is = &in;
-  int status = read(engine.get(), value);
-  engine.get()->is = nullptr;
-  return status;
-}
-
-std::string Between(const std::string& xml, const std::string& tag) {
-  size_t open = xml.find("<" + tag + ">");
-  size_t close = xml.find("</" + tag + ">");
-  if (open == std::string::npos || close == std::string::npos) return "?";
-  open += tag.size() + 2;
-  return xml.substr(open, close - open);
-}
-
-std::string CreateSubscriptionWith(const char* options) {
-  return std::string("<nsc1:createSubscription xmlns:nsc1=\"") + kC1 +
-         "\"><nsc1:subscribeLogOptions>" + options +
-         "</nsc1:subscribeLogOptions></nsc1:createSubscription>";
-}
-
-TEST(Enumerations, LogOptionsAreWrittenAsNamesOfSetBits) {
+TEST(Enumerations, NumbersOutsideTheTableAreReadAndWrittenUnchecked) {
   Engine engine;
-  _nsc1__createSubscription request;
-  request.subscribeLogOptions = static_cast<nsc1__SubscribeLogOptions>(6);
-  std::string xml = Write(engine, request, soap_write__nsc1__createSubscription);
-  EXPECT_EQ("NonAlarmEvent Alarm", Between(xml, "nsc1:subscribeLogOptions"));
-}
-
-TEST(Enumerations, LogOptionsAreReadFromNamesInAnyOrder) {
-  Engine engine;
-  _nsc1__createSubscription request;
-  ASSERT_EQ(SOAP_OK, Read(engine, CreateSubscriptionWith("Alarm Trend"),
-                          &request, soap_read__nsc1__createSubscription));
-  EXPECT_EQ(5, static_cast<int>(request.subscribeLogOptions));
-}
-
-std::string LogRequestWith(const char* type) {
-  return std::string("<nsqv:getEventLog xmlns:nsqv=\"") + kQV +
-         "\"><request><rqstType>" + type +
-         "</rqstType></request></nsqv:getEventLog>";
-}
-
-TEST(Enumerations, SymbolIsReadAsItsNumber) {
-  Engine engine;
-  _nsqv__getEventLog request;
-  ASSERT_EQ(SOAP_OK, Read(engine, LogRequestWith("LgRqTypDeltas"), &request,
-                          soap_read__nsqv__getEventLog));
-  ASSERT_NE(nullptr, request.request);
-  EXPECT_EQ(nsqv__LogRqstType__LgRqTypDeltas, request.request->rqstType);
-  EXPECT_EQ(1, static_cast<int>(request.request->rqstType));
-}
-
-TEST(Enumerations, NumberOutsideTheTableIsReadUnchecked) {
-  Engine engine;
-  _nsqv__getEventLog request;
-  ASSERT_EQ(SOAP_OK, Read(engine, LogRequestWith("42"), &request,
-                          soap_read__nsqv__getEventLog));
-  ASSERT_NE(nullptr, request.request);
-  EXPECT_EQ(42, static_cast<int>(request.request->rqstType));
-}
-
-TEST(Enumerations, EmptyTextIsAnError) {
-  Engine engine;
-  _nsqv__getEventLog request;
-  EXPECT_NE(SOAP_OK, Read(engine, LogRequestWith(""), &request,
-                          soap_read__nsqv__getEventLog));
-}
-
-TEST(Enumerations, NumberOutsideTheTableIsWrittenAsDigits) {
-  Engine engine;
-  nsqv__logRetrieveRequest record;
-  record.rqstType = static_cast<nsqv__LogRqstType>(0);
-  std::string xml = Write(engine, record, soap_write_nsqv__logRetrieveRequest);
-  EXPECT_EQ("0", Between(xml, "rqstType"));
-}
-
-TEST(Enumerations, SchemaVersionSymbolIsTheDigitOne) {
-  Engine engine;
-  nsk7__cmdSchemaVersion version = nsk7__cmdSchemaVersion__1;
-  EXPECT_STREQ("1", soap_nsk7__cmdSchemaVersion2s(engine.get(), version));
-}
-
-TEST(Enumerations, SampleTypeSymbolsAreHyphenated) {
-  Engine engine;
-  EXPECT_STREQ("SAMPLE-TYPE-LISTEND",
-               soap_enumSampleType2s(engine.get(), SAMPLE_TYPE_LISTEND));
-}
-
-TEST(Records, PublishedValueLeavesOutAbsentTexts) {
-  Engine engine;
-  nss1__PublishedValue value;
-  value.Quality = 192;
-  value.Time = 7;
-  std::string xml = Write(engine, value, soap_write_nss1__PublishedValue);
-  // Quality comes straight after the opening tag, Trend ends the record.
-  EXPECT_TRUE(Contains(xml, "\"><nss1:Quality>192</nss1:Quality><nss1:Time>7"
-                            "</nss1:Time><nss1:RealTime>false</nss1:RealTime>"
-                            "<nss1:Trend>false</nss1:Trend>"
-                            "</nss1:PublishedValue>"))
-      << xml;
-}
-
-TEST(Records, EventWithoutDetailsOrUrlsWritesNeither) {
-  Engine engine;
-  nss1__Event event;
-  std::string xml = Write(engine, event, soap_write_nss1__Event);
-  EXPECT_TRUE(Contains(xml, "<nss1:EventType>Event</nss1:EventType>")) << xml;
-  EXPECT_FALSE(Contains(xml, "Details")) << xml;
-  EXPECT_FALSE(Contains(xml, "ComtradeWaveformUrls")) << xml;
-}
-
-TEST(Records, AlarmInAnEventListCarriesItsType) {
-  Engine engine;
-  nss1__AlarmUpdate alarm;
-  alarm.AckStatus = nss1__AckStatus__Closed;
-  nss1__Event* events[] = {&alarm};
-  _nsqv__getEventLogResponse response;
-  response.__sizeevents = 1;
-  response.events = events;
-  std::string xml = Write(engine, response, soap_write__nsqv__getEventLogResponse);
-  EXPECT_TRUE(Contains(xml, "xsi:type=\"nss1:AlarmUpdate\"")) << xml;
-  EXPECT_TRUE(Contains(xml, "<nss1:AckStatus>Closed</nss1:AckStatus>")) << xml;
-}
-
-TEST(Records, WaveformDataAnswersWithTheShortName) {
-  Engine engine;
-  _nsqv__getWaveDataResponse response;
-  std::string xml = Write(engine, response, soap_write__nsqv__getWaveDataResponse);
-  EXPECT_TRUE(Contains(xml, "<nsqv:getWaveDataResponse")) << xml;
-  EXPECT_TRUE(Contains(xml, "<result/><samplingRate>")) << xml;  // bare fields
-}
-
-TEST(Records, HyphenatedTrendFieldNames) {
-  Engine engine;
-  _nsqv__getTrendPeriodsResponse response;
-  stPeriodProperties period;
-  response.__sizeperiodProperties = 1;
-  response.periodProperties = &period;
-  std::string xml =
-      Write(engine, response, soap_write__nsqv__getTrendPeriodsResponse);
-  EXPECT_TRUE(Contains(xml, "<max-entries>0</max-entries>")) << xml;
+  nsqv__LogRqstType type = nsqv__LogRqstType__LgRqTypDeltas;
+  EXPECT_EQ(SOAP_OK, soap_s2nsqv__LogRqstType(engine.get(), "42", &type));
+  EXPECT_EQ(42, static_cast<int>(type));
+  EXPECT_NE(SOAP_OK, soap_s2nsqv__LogRqstType(engine.get(), "", &type));
+  EXPECT_STREQ("0", soap_nsqv__LogRqstType2s(
+                        engine.get(), static_cast<nsqv__LogRqstType>(0)));
 }
 
 }  // namespace

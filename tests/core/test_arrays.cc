@@ -56,10 +56,6 @@ class ArraysTest : public ServiceTest {
 };
 
 TEST_F(ArraysTest, ArrayAttributesAreFoundAsSubstrings) {
-  EXPECT_STREQ(
-      "Attributes;Children;PossibleValues;WritableValues;.NotifyActions;"
-      ".TrendTraits;.AlarmBatch",
-      kArrayAttributes);
   for (const char* name : {"Attributes", "Children", "PossibleValues",
                            ".AlarmBatch", "Value", "Trend", "", "s;C"}) {
     EXPECT_TRUE(isArrayAttribute(name)) << name;
@@ -70,37 +66,37 @@ TEST_F(ArraysTest, ArrayAttributesAreFoundAsSubstrings) {
   }
 }
 
-TEST_F(ArraysTest, ReadArraySplitsTheAttributesText) {
-  EXPECT_EQ((Items{"Off", "On", "Auto"}), ReadArray("/Plant/Mode/PossibleValues"));
-  // "Value" occurs inside "PossibleValues", so a Value reads as an array.
-  EXPECT_EQ((Items{"x", "y"}), ReadArray("/Plant/Label/Value"));
-  EXPECT_EQ((Items{"x", "y"}), ReadArray("/Plant/Label"));
-  EXPECT_EQ((Items{"Mode", "Label", "Single", "Empty"}),
-            ReadArray("/Plant/Children"));
-  EXPECT_EQ(Items{}, ReadArray("/Plant/Empty"));
-}
-
-TEST_F(ArraysTest, ReadArrayErrorsAreOneItem) {
+// "Value" occurs inside "PossibleValues", so a Value reads as an array.
+// Error results are recognised by their beginning only, so a value that
+// happens to begin with the client's errorPrefix is taken for one.
+TEST_F(ArraysTest, ReadArraySplitsTheAttributesTextOrAnswersOneError) {
+  const struct {
+    const char* path;
+    const char* options;
+    Items items;
+  } cases[] = {
+      {"/Plant/Mode/PossibleValues", "", {"Off", "On", "Auto"}},
+      {"/Plant/Label/Value", "", {"x", "y"}},
+      {"/Plant/Label", "", {"x", "y"}},
+      {"/Plant/Children", "", {"Mode", "Label", "Single", "Empty"}},
+      {"/Plant/Empty", "", {}},
+      {"", "", {"? 8 Bad Path Syntax : No Path provided"}},
+      {"/Plant/Label/Name", "",
+       {"? 24 Not an Array : Invalid attribute for array"}},
+      {"/Plant/Nothing/Children", "",
+       {"? 9 Node Not Found : CDS access failed"}},
+      {"Plant/Label", "", {"? 8 Bad Path Syntax : CDS Error in supplied path"}},
+      {"/Plant/Nothing", "errorPrefix=ERR",
+       {"ERR? 9 Node Not Found : CDS access failed"}},
+      {"/Plant/Label", "errorPrefix=x", {"x;y"}},
+      {"/Plant/Label", "errorPrefix=z", {"x", "y"}},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.items, ReadArray(c.path, c.options)) << c.path << c.options;
+  }
   Items items{"left over"};
   readArray(ctx_.get(), Options(""), nullptr, items);
   EXPECT_EQ(Items{"? 8 Bad Path Syntax : No Path provided"}, items);
-  EXPECT_EQ(Items{"? 8 Bad Path Syntax : No Path provided"}, ReadArray(""));
-  EXPECT_EQ(Items{"? 24 Not an Array : Invalid attribute for array"},
-            ReadArray("/Plant/Label/Name"));
-  EXPECT_EQ(Items{"? 9 Node Not Found : CDS access failed"},
-            ReadArray("/Plant/Nothing/Children"));
-  // A malformed path has no attribute; the read path names the error.
-  EXPECT_EQ(Items{"? 8 Bad Path Syntax : CDS Error in supplied path"},
-            ReadArray("Plant/Label"));
-  EXPECT_EQ(Items{"ERR? 9 Node Not Found : CDS access failed"},
-            ReadArray("/Plant/Nothing", "errorPrefix=ERR"));
-}
-
-// Error results are recognised by their beginning only, so a value that
-// happens to begin with the client's errorPrefix is taken for one.
-TEST_F(ArraysTest, ValueBeginningWithTheErrorPrefixCountsAsAnError) {
-  EXPECT_EQ(Items{"x;y"}, ReadArray("/Plant/Label", "errorPrefix=x"));
-  EXPECT_EQ((Items{"x", "y"}), ReadArray("/Plant/Label", "errorPrefix=z"));
 }
 
 TEST_F(ArraysTest, SizeCountsItemsButAnswersASingleItemItself) {
@@ -120,35 +116,31 @@ TEST_F(ArraysTest, SizeCountsItemsButAnswersASingleItemItself) {
   EXPECT_EQ("2", arraySizeResult(ReadArray("/Plant/Label"), plain));
 }
 
-TEST_F(ArraysTest, RangeSelectsFromIndexForCount) {
+TEST_F(ArraysTest, RangeSelectsFromIndexForCountWithUnsignedQuirks) {
   const Items abcd{"a", "b", "c", "d"};
-  EXPECT_EQ((Items{"b", "c"}), Range(abcd, 1, 2));
-  EXPECT_EQ((Items{"a"}), Range(abcd, 0, 1));
-  EXPECT_EQ((Items{"d"}), Range(abcd, 3, 1));
-  EXPECT_EQ(abcd, Range(abcd, 0, 4));
-  // A count past the end answers up to the end.
-  EXPECT_EQ((Items{"b", "c", "d"}), Range(abcd, 1, 10));
-  EXPECT_EQ((Items{"c", "d"}), Range(abcd, 2, 0xFFFFFFF0u));
-}
-
-TEST_F(ArraysTest, RangeKeepsTheUnsignedArithmeticQuirks) {
-  const Items abcd{"a", "b", "c", "d"};
-  // Count 0 at index 0: last wraps to the largest number and is clamped.
-  EXPECT_EQ(abcd, Range(abcd, 0, 0));
-  // Count 0 at index 2: last is 1, below index, so nothing goes at the
-  // front and the back is cut after item 1.
-  EXPECT_EQ((Items{"a", "b"}), Range(abcd, 2, 0));
-  EXPECT_EQ((Items{"a"}), Range(abcd, 1, 0));
-  // index + count - 1 wraps below index the same way.
-  EXPECT_EQ((Items{"a", "b"}), Range(abcd, 3, 0xFFFFFFFFu));
-}
-
-TEST_F(ArraysTest, RangeFromPastTheEndAnswersNothingAndLogsError14) {
-  EXPECT_EQ(Items{}, Range({"a", "b", "c"}, 5, 1));
-  EXPECT_EQ(Items{}, Range({"a", "b", "c"}, 3, 1));
+  const struct {
+    uint32_t index, count;
+    Items items;
+  } cases[] = {
+      {1, 2, {"b", "c"}}, {0, 1, {"a"}}, {3, 1, {"d"}}, {0, 4, abcd},
+      // A count past the end answers up to the end.
+      {1, 10, {"b", "c", "d"}}, {2, 0xFFFFFFF0u, {"c", "d"}},
+      // Count 0 at index 0: last wraps to the largest number and is
+      // clamped. At index 2 last is 1, below index, so nothing goes at
+      // the front and the back is cut after item 1.
+      {0, 0, abcd}, {2, 0, {"a", "b"}}, {1, 0, {"a"}},
+      // index + count - 1 wraps below index the same way.
+      {3, 0xFFFFFFFFu, {"a", "b"}},
+      // From past the end: nothing.
+      {4, 1, {}}, {5, 1, {}},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.items, Range(abcd, c.index, c.count))
+        << c.index << ", " << c.count;
+  }
+  EXPECT_EQ(Items{}, Range({}, 0, 1));
   EXPECT_TRUE(LogHas("BnwsErrMsg: ? 14 Index Out of Range"));
   EXPECT_FALSE(LogHas("Index Out of Range :"));
-  EXPECT_EQ(Items{}, Range({}, 0, 1));
 }
 
 TEST_F(ArraysTest, RangeDropsASingleItemThatStartsWithTheErrorPrefix) {

@@ -32,7 +32,7 @@ class DeviceTreeTest : public ServiceTest {
     Seed(kDevices);
   }
 
-  std::vector<std::string> Paths(const std::string& start, bool recursive) {
+  std::vector<std::string> List(const std::string& start, bool recursive) {
     std::vector<std::string> paths;
     for (const DeviceDescriptor& device :
          listDeviceTree(ctx_->cds, start, recursive)) {
@@ -60,92 +60,75 @@ class DeviceTreeTest : public ServiceTest {
 
 const qrx_time64_t kStamp = 1700000000250000LL;
 
+// A plain prefix test on the text; without recursion no "/" may follow
+// past the prefix and the one character after it (which may be the "/" of
+// a child); from "" that means no "/" after the second character.
 TEST(inDeviceTree, IsAPlainPrefixTestOnTheText) {
-  EXPECT_TRUE(inDeviceTree("/Dev1", "/Dev1", true));
-  EXPECT_TRUE(inDeviceTree("/Dev10", "/Dev1", true));
-  EXPECT_TRUE(inDeviceTree("/Dev1/A/B", "/Dev1", true));
-  EXPECT_TRUE(inDeviceTree("/anything", "", true));
-  EXPECT_FALSE(inDeviceTree("/Dev", "/Dev1", true));
-  EXPECT_FALSE(inDeviceTree("/dev1", "/Dev1", true));
+  const struct {
+    const char* path;
+    const char* start;
+    bool recursive, in;
+  } cases[] = {
+      {"/Dev1", "/Dev1", true, true},      {"/Dev10", "/Dev1", true, true},
+      {"/Dev1/A/B", "/Dev1", true, true},  {"/anything", "", true, true},
+      {"/Dev", "/Dev1", true, false},      {"/dev1", "/Dev1", true, false},
+      {"/Dev1", "/Dev1", false, true},     {"/Dev1/Sub", "/Dev1", false, true},
+      {"/Dev10", "/Dev1", false, true},
+      {"/Dev10/Sub", "/Dev1", false, false},
+      {"/Dev1/Sub/Leaf", "/Dev1", false, false},
+      {"/Dev1/Sub/Leaf", "/Dev1/", false, false},
+      {"/Dev1/Sub", "/Dev1/", false, true}, {"/", "", false, true},
+      {"/Devices", "", false, true},
+      {"/Devices/Meter1", "", false, false},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.in, inDeviceTree(c.path, c.start, c.recursive))
+        << c.path << " from " << c.start << " " << c.recursive;
+  }
 }
 
-TEST(inDeviceTree, WithoutRecursionKeepsNoSlashPastPrefixAndOneCharacter) {
-  // The character right after the prefix may be the "/" of a child.
-  EXPECT_TRUE(inDeviceTree("/Dev1", "/Dev1", false));
-  EXPECT_TRUE(inDeviceTree("/Dev1/Sub", "/Dev1", false));
-  EXPECT_TRUE(inDeviceTree("/Dev10", "/Dev1", false));
-  EXPECT_FALSE(inDeviceTree("/Dev1/Sub/Leaf", "/Dev1", false));
-  EXPECT_FALSE(inDeviceTree("/Dev10/Sub", "/Dev1", false));
-  // From "": no slash after the second character.
-  EXPECT_TRUE(inDeviceTree("/", "", false));
-  EXPECT_TRUE(inDeviceTree("/Devices", "", false));
-  EXPECT_FALSE(inDeviceTree("/Devices/Meter1", "", false));
-  // A starting path with its own trailing slash.
-  EXPECT_TRUE(inDeviceTree("/Dev1/Sub", "/Dev1/", false));
-  EXPECT_FALSE(inDeviceTree("/Dev1/Sub/Leaf", "/Dev1/", false));
+// A device below a node that is no device is still a direct child.
+TEST_F(DeviceTreeTest, DevicesInListOrder) {
+  using Paths = std::vector<std::string>;
+  EXPECT_EQ((Paths{"/", "/Dev1", "/Dev1/Sub", "/Dev1/Sub/Leaf", "/Dev10",
+                   "/Dev2/Inner"}),
+            List("", true));
+  EXPECT_EQ((Paths{"/", "/Dev1", "/Dev10"}), List("", false));
+  EXPECT_EQ((Paths{"/Dev1", "/Dev1/Sub", "/Dev10"}), List("/Dev1", false));
+  EXPECT_EQ((Paths{"/Dev2/Inner"}), List("/Dev2", false));
+  EXPECT_TRUE(List("/Nowhere", true).empty());
 }
 
-TEST_F(DeviceTreeTest, EmptyStartListsEveryDeviceInListOrder) {
-  EXPECT_EQ((std::vector<std::string>{"/", "/Dev1", "/Dev1/Sub",
-                                      "/Dev1/Sub/Leaf", "/Dev10",
-                                      "/Dev2/Inner"}),
-            Paths("", true));
-  EXPECT_EQ((std::vector<std::string>{"/", "/Dev1", "/Dev10"}),
-            Paths("", false));
-}
-
-TEST_F(DeviceTreeTest, PrefixDev1AlsoTakesDev10) {
-  EXPECT_EQ((std::vector<std::string>{"/Dev1", "/Dev1/Sub", "/Dev1/Sub/Leaf",
-                                      "/Dev10"}),
-            Paths("/Dev1", true));
-  EXPECT_EQ((std::vector<std::string>{"/Dev1", "/Dev1/Sub", "/Dev10"}),
-            Paths("/Dev1", false));
-  // A device below a node that is no device is still a direct child here.
-  EXPECT_EQ((std::vector<std::string>{"/Dev2/Inner"}), Paths("/Dev2", false));
-  EXPECT_TRUE(Paths("/Nowhere", true).empty());
-}
-
-TEST_F(DeviceTreeTest, DescriptorFromItsFourLeaves) {
+// A descriptor from its four leaves; the root's without a double slash;
+// without a change counter the quality's stamp stands in; missing leaves
+// give "Unknown" and 0, also for a path that names no node.
+TEST_F(DeviceTreeTest, DescriptorsAndTheirFallbacks) {
   Stamp("/Dev1/sDevChangeCount/Value", 7);
-  const DeviceDescriptor device = Describe("/Dev1");
-  EXPECT_EQ("/Dev1", device.path);
-  EXPECT_EQ("Device", device.type);
-  EXPECT_EQ("Meter one", device.displayName);
-  EXPECT_EQ(64, device.quality);
-  EXPECT_EQ(7, device.changeCount);
-  EXPECT_EQ(kStamp, device.changeTime);
-}
-
-TEST_F(DeviceTreeTest, RootDeviceReadsItsLeavesWithoutDoubleSlash) {
   Stamp("/sDevChangeCount/Value", 4);
-  const DeviceDescriptor root = Describe("/");
-  EXPECT_EQ("/", root.path);
-  EXPECT_EQ("Card", root.displayName);
-  EXPECT_EQ(192, root.quality);
-  EXPECT_EQ(4, root.changeCount);
-  EXPECT_EQ(kStamp, root.changeTime);
-}
-
-TEST_F(DeviceTreeTest, WithoutChangeCounterTheQualityStampStandsIn) {
   Stamp("/Dev10/.Quality", 128);
-  const DeviceDescriptor device = Describe("/Dev10");
-  EXPECT_EQ("Meter ten", device.displayName);
-  EXPECT_EQ(128, device.quality);
-  EXPECT_EQ(0, device.changeCount);
-  EXPECT_EQ(kStamp, device.changeTime);
-}
-
-TEST_F(DeviceTreeTest, MissingLeavesGiveUnknownAndZero) {
-  const DeviceDescriptor device = Describe("/Dev1/Sub");
-  EXPECT_EQ("Device", device.type);
-  EXPECT_EQ("Unknown", device.displayName);
-  EXPECT_EQ(0, device.quality);
-  EXPECT_EQ(0, device.changeCount);
-  EXPECT_EQ(0, device.changeTime);
-  // A path that names no node at all still gets a descriptor.
-  const DeviceDescriptor gone = Describe("/Gone");
-  EXPECT_EQ("Unknown", gone.type);
-  EXPECT_EQ("Unknown", gone.displayName);
+  const struct {
+    const char* path;
+    const char* type;
+    const char* name;
+    int32_t quality, count;
+    int64_t time;
+  } cases[] = {
+      {"/Dev1", "Device", "Meter one", 64, 7, kStamp},
+      {"/", "Device", "Card", 192, 4, kStamp},
+      {"/Dev10", "Device", "Meter ten", 128, 0, kStamp},
+      {"/Dev1/Sub", "Device", "Unknown", 0, 0, 0},
+      {"/Gone", "Unknown", "Unknown", 0, 0, 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.path);
+    const DeviceDescriptor device = Describe(c.path);
+    EXPECT_EQ(c.path, device.path);
+    EXPECT_EQ(c.type, device.type);
+    EXPECT_EQ(c.name, device.displayName);
+    EXPECT_EQ(c.quality, device.quality);
+    EXPECT_EQ(c.count, device.changeCount);
+    EXPECT_EQ(c.time, device.changeTime);
+  }
 }
 
 TEST_F(DeviceTreeTest, FailedStoreCallIsLoggedAndReported) {

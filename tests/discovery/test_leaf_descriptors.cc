@@ -71,31 +71,23 @@ TEST_F(LeafDescriptorsTest, EachLeafCarriesItsOwnErrorWhileResultStaysOk) {
   EXPECT_EQ("V", descriptors_[3].result);
 }
 
-TEST_F(LeafDescriptorsTest, ErrorOptionsShapeTheLeafTexts) {
-  EXPECT_EQ("OK", Describe("/Meter", {"/Nope"}, "errorString=N/A"));
-  EXPECT_EQ("N/A", descriptors_.at(0).result);
-}
-
-TEST_F(LeafDescriptorsTest, LeafTypeIsTheLeafsProperty) {
-  // (Store clients cannot make MPL leaves; the code passes through alike.)
-  EXPECT_EQ("OK", Describe("/Meter", {"/Units", "", ":Children"}));
-  ASSERT_EQ(3u, descriptors_.size());
-  EXPECT_EQ(PCD_PROP_NORMAL, descriptors_[0].leafType);
-  EXPECT_EQ(PCD_PROP_PERSISTENT, descriptors_[1].leafType);
-  EXPECT_EQ(PCD_PROP_AUTOMATIC, descriptors_[2].leafType);
-}
-
-TEST_F(LeafDescriptorsTest, ChangeTimeIsTheLeafsTimeStamp) {
+// Each leaf's type is its property (store clients cannot make MPL leaves;
+// the code passes them through alike) and its change time its stamp, 0
+// when nothing was read.
+TEST_F(LeafDescriptorsTest, LeafTypeAndChangeTimeAreTheLeafs) {
   toolkit::CElement units("kV");
   units.set_time(timeval{1700000000, 500000});
   api_status_t status = API_STATUS_UNKNOWN;
   ASSERT_EQ(0, ctx_->cds.set_leaf("/Meter/Units", units, status,
                                   PCD_TRIBOOL_UNKNOWN, "test"));
-  EXPECT_EQ("OK", Describe("/Meter", {"/Units", "/Nope"}));
-  ASSERT_EQ(2u, descriptors_.size());
+  EXPECT_EQ("OK", Describe("/Meter", {"/Units", "", ":Children", "/Nope"}));
+  ASSERT_EQ(4u, descriptors_.size());
+  const element_property_t types[] = {PCD_PROP_NORMAL, PCD_PROP_PERSISTENT,
+                                      PCD_PROP_AUTOMATIC, PCD_PROP_NORMAL};
+  for (size_t i = 0; i < 4; ++i) EXPECT_EQ(types[i], descriptors_[i].leafType);
   EXPECT_EQ("kV", descriptors_[0].result);
   EXPECT_EQ(1700000000500000LL, descriptors_[0].changeTime);
-  EXPECT_EQ(0, descriptors_[1].changeTime);  // nothing was read
+  EXPECT_EQ(0, descriptors_[3].changeTime);
 }
 
 TEST_F(LeafDescriptorsTest, FailedStoreCallIsError9WithoutDescriptors) {

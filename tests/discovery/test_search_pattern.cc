@@ -1,5 +1,5 @@
-// SearchPattern: search semantics, invalid patterns, compiling once versus
-// per text, and the work limits.
+// SearchPattern: compiling once versus per text, and the work limits.
+// (Invalid patterns and a reached limit are the attribute search's.)
 
 #include <gtest/gtest.h>
 
@@ -24,22 +24,6 @@ PatternSettings Spent() {
   PatternSettings settings;
   settings.budget = std::chrono::steady_clock::duration::zero();
   return settings;
-}
-
-// Settings whose limit is reached before the first text.
-PatternSettings exhausted() {
-  PatternSettings settings = Spent();
-  settings.limit = settings.budget;
-  return settings;
-}
-
-TEST(SearchPattern, InvalidPatternIsReportedOnEveryUse) {
-  SearchPattern search("(abc");
-  std::string first, second;
-  EXPECT_EQ(PatternResult::kBadPattern, search.search("abc", first));
-  EXPECT_EQ(PatternResult::kBadPattern, search.search("xyz", second));
-  EXPECT_NE(std::string::npos, first.find("(abc")) << first;
-  EXPECT_EQ(first, second);
 }
 
 TEST(SearchPattern, CompilingOnceAnswersExactlyAsCompilingPerText) {
@@ -87,17 +71,6 @@ TEST(SearchPattern, SpentBudgetLeavesOnlyLinearWork) {
   const std::string long_text(20000, 'a');
   EXPECT_EQ(PatternResult::kFound, linear.search(long_text + "abc", error));
   EXPECT_EQ(PatternResult::kNotFound, linear.search(long_text, error));
-}
-
-TEST(SearchPattern, ReachedLimitRefusesEveryText) {
-  SearchPattern search("abc", exhausted());
-  std::string error;
-  EXPECT_TRUE(search.limitReached());
-  EXPECT_EQ(PatternResult::kFailed, search.search("abc", error));
-  EXPECT_EQ(kSearchTimeSpent, error);
-  // An invalid pattern is not even compiled any more.
-  SearchPattern invalid("(", exhausted());
-  EXPECT_EQ(PatternResult::kFailed, invalid.search("abc", error));
 }
 
 TEST(SearchPattern, PerTextCapAppliesWhileBudgetLasts) {

@@ -85,9 +85,11 @@ class Stack:
     """Store + nginx + wsgated. Use as a context manager."""
 
     def __init__(self, daemon_args=("-d", "-D", "6"), background=False,
-                 tls=False):
+                 tls=False, env=None):
         self.daemon_args = list(daemon_args)
         self.background = background
+        # env: more environment for the daemon (a time zone, say).
+        self.extra_env = dict(env or {})
         # tls: nginx also serves HTTPS on tls_port with a self-signed
         # certificate made by deploy/nginx/make-cert.sh.
         self.tls = tls
@@ -134,6 +136,7 @@ class Stack:
                    WSGATED_LOCALE_DIR=os.environ["WSGATED_LOCALE_BUILD"],
                    TOOLKIT_LOG_FILE=self.log,
                    WSGATED_REBOOT_CMD=self.reboot_cmd)
+        env.update(self.extra_env)
         return env
 
     def render(self, template, target, **words):

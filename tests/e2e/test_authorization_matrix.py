@@ -18,7 +18,7 @@ The rules the table follows:
 import unittest
 
 import harness
-from soap_calls import Items, answer, body
+from core_calls import Answer, StringArray, request_body
 
 CALLERS = (None, "guest", "viewer", "operator", "admin")
 
@@ -30,59 +30,49 @@ CODE = SERVICE + "/ServiceCode"          # Writable, Administrator-write
 NOT_AUTHORIZED = "? 2 Not Authorized"
 FAILED_REBOOT = "? System Reboot Failed: No such file or directory"
 
-# Label -> (prefix, operation, fields, witness). The witness is a text the
-# answer holds when the caller got what was asked for (None: a clean
-# answer is enough; "{user}": the caller's own name).
+# The namespace of each operation that is not nsc1's.
+PREFIX = dict.fromkeys(["getDeviceTree", "getLeafDescriptors", "whoAmI",
+                        "getLocalAndUtcTime", "findAttributeMatches"], "nsqv")
+PREFIX.update(dict.fromkeys(["SetLeaf", "SetLeaves", "CreateNode",
+                             "RemoveNode", "Reset"], "nst1"))
+
+# Label (the operation, and what sets the row apart) -> (fields, witness).
+# The witness is a text the answer holds when the caller got what was
+# asked for (None: a clean answer is enough; "{user}": the caller's name).
 CALLS = {
-    "getValue": ("nsc1", "getValue", [("path", HOURS)], "15342"),
-    "getValue (open point)": ("nsc1", "getValue",
-                              [("path", "/Devices/UPS1/Load")], "41.2"),
-    "getValues": ("nsc1", "getValues", [("paths", Items([HOURS]))], "15342"),
-    "getRelativeValues": ("nsc1", "getRelativeValues",
-                          [("basePath", SERVICE + "/"),
-                           ("paths", ["OperatingHours"])], "15342"),
-    "getArray": ("nsc1", "getArray", [("path", CHILDREN)], "OperatingHours"),
-    "getArrayRange": ("nsc1", "getArrayRange",
-                      [("path", CHILDREN), ("index", "0"), ("count", "3")],
+    "getValue": (dict(path=HOURS), "15342"),
+    "getValue (open point)": (dict(path="/Devices/UPS1/Load"), "41.2"),
+    "getValues": (dict(paths=StringArray([HOURS])), "15342"),
+    "getRelativeValues": (dict(basePath=SERVICE + "/",
+                               paths=["OperatingHours"]), "15342"),
+    "getArray": (dict(path=CHILDREN), "OperatingHours"),
+    "getArrayRange": (dict(path=CHILDREN, index="0", count="3"),
                       "OperatingHours"),
-    "getArraySize": ("nsc1", "getArraySize", [("path", CHILDREN)], "3"),
-    "setValue": ("nsc1", "setValue",
-                 [("path", THRESHOLD), ("value", "30")], "30"),
-    "setValue (service data)": ("nsc1", "setValue",
-                                [("path", CODE), ("value", "SVC-9")],
-                                "SVC-9"),
-    "setValues": ("nsc1", "setValues",
-                  [("paths", [THRESHOLD]), ("values", ["31"])], "31"),
-    "getDefaultLocale": ("nsc1", "getDefaultLocale", [], "en-US"),
-    "getSupportedLocales": ("nsc1", "getSupportedLocales", [], "en-US"),
-    "getDeviceTree": ("nsqv", "getDeviceTree",
-                      [("startingPath", "/Devices"), ("bRecursive", "true")],
+    "getArraySize": (dict(path=CHILDREN), "3"),
+    "setValue": (dict(path=THRESHOLD, value="30"), "30"),
+    "setValue (service data)": (dict(path=CODE, value="SVC-9"), "SVC-9"),
+    "setValues": (dict(paths=[THRESHOLD], values=["31"]), "31"),
+    "getDefaultLocale": ({}, "en-US"),
+    "getSupportedLocales": ({}, "en-US"),
+    "getDeviceTree": (dict(startingPath="/Devices", bRecursive="true"),
                       "/Devices/UPS1"),
-    "getLeafDescriptors": ("nsqv", "getLeafDescriptors",
-                           [("basePath", SERVICE + "/"),
-                            ("leafPaths", ["OperatingHours"])], "15342"),
-    "whoAmI": ("nsqv", "whoAmI", [], "{user}"),
-    "getLocalAndUtcTime": ("nsqv", "getLocalAndUtcTime", [], None),
-    "findAttributeMatches": ("nsqv", "findAttributeMatches",
-                             [("startingPath", SERVICE),
-                              ("bRecursive", "true"),
-                              ("attribMatch", "DisplayName"),
-                              ("regexMatchPattern", "")], HOURS),
-    "SetLeaf": ("nst1", "SetLeaf",
-                [("path", THRESHOLD + "/Units"), ("value", "percent")],
-                "percent"),
-    "SetLeaves": ("nst1", "SetLeaves",
-                  [("paths", Items([THRESHOLD + ":Note"])),
-                   ("values", Items(["checked"]))], "checked"),
-    "CreateNode": ("nst1", "CreateNode",
-                   [("basePath", "/Devices/UPS1/Matrix/"),
-                    ("paths", Items(["Value"])), ("values", Items(["1"]))],
-                   "1"),
-    "RemoveNode": ("nst1", "RemoveNode",
-                   [("basePath", THRESHOLD + ":.RangeHigh")], None),
+    "getLeafDescriptors": (dict(basePath=SERVICE + "/",
+                                leafPaths=["OperatingHours"]), "15342"),
+    "whoAmI": ({}, "{user}"),
+    "getLocalAndUtcTime": ({}, None),
+    "findAttributeMatches": (dict(startingPath=SERVICE, bRecursive="true",
+                                  attribMatch="DisplayName",
+                                  regexMatchPattern=""), HOURS),
+    "SetLeaf": (dict(path=THRESHOLD + "/Units", value="percent"), "percent"),
+    "SetLeaves": (dict(paths=StringArray([THRESHOLD + ":Note"]),
+                       values=StringArray(["checked"])), "checked"),
+    "CreateNode": (dict(basePath="/Devices/UPS1/Matrix/",
+                        paths=StringArray(["Value"]),
+                        values=StringArray(["1"])), "1"),
+    "RemoveNode": (dict(basePath=THRESHOLD + ":.RangeHigh"), None),
     # The stack's reboot program does not exist: an Administrator's Reset
     # is logged and attempted, and answers why it failed.
-    "Reset": ("nst1", "Reset", [], FAILED_REBOOT),
+    "Reset": ({}, FAILED_REBOOT),
 }
 
 # ok      the answer holds the witness (or is clean when there is none)
@@ -120,7 +110,7 @@ def outcome(reply, operation, witness):
     """The cell a reply falls in; anything unexpected is spelled out."""
     if reply.status == 401:
         return "401"
-    texts = answer(reply, operation)
+    texts = Answer(operation, reply).results
     if reply.status != 200 or texts is None:
         return "HTTP %d: %s" % (reply.status, reply.text[-200:])
     if witness is not None and witness in texts:
@@ -141,8 +131,10 @@ class AuthorizationMatrixTest(unittest.TestCase):
             # Row by row, callers in order: the one change a row makes is
             # an Administrator's, made last.
             for label, cells in EXPECTED.items():
-                prefix, operation, fields, witness = CALLS[label]
-                request = body(prefix, operation, *fields)
+                fields, witness = CALLS[label]
+                operation = label.split(" (")[0]
+                request = request_body(operation, fields,
+                                       PREFIX.get(operation, "nsc1"))
                 for user, expected in zip(CALLERS, cells.split()):
                     seen = outcome(stack.soap(request, user=user), operation,
                                    witness and witness.format(user=user))

@@ -97,7 +97,7 @@ class SupervisedStack(harness.Stack):
                 and harness.pid_alive(pid)]
         if len(pids) != 1:
             return None
-        answer = core_calls.get_value(self, core_calls.PLAIN_POINT)
+        answer = core_calls.call(self, "getValue", path=core_calls.PLAIN_POINT)
         return pids[0] if answer.results == [core_calls.PLAIN_VALUE] else None
 
     def wait_for_daemon(self, old_pid, limit_s=harness.START_LIMIT_S):

@@ -5,33 +5,20 @@
 #define TESTS_PLATFORM_TEMP_STORE_H_
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <filesystem>
 #include <memory>
 #include <string>
 
 #include "platform/cds.h"
 #include "platform/element.h"
+#include "tests/platform/temp_dir.h"
 
 namespace testing_store {
 
-// Creates "<mkdtemp>/cds.db" with cds_create; removes the folder at the end.
+// "cds.db" made with cds_create in a temporary folder.
 class TempStore {
  public:
-  TempStore() {
-    char tmpl[] = "/tmp/toolkit_test.XXXXXX";
-    if (mkdtemp(tmpl) == nullptr) return;
-    dir_ = tmpl;
-    path_ = dir_ + "/cds.db";
-    created_ = cds_create(path_, false) == 0;
-  }
-  ~TempStore() {
-    std::error_code ignored;
-    if (!dir_.empty()) std::filesystem::remove_all(dir_, ignored);
-  }
-  TempStore(const TempStore&) = delete;
-  TempStore& operator=(const TempStore&) = delete;
+  TempStore() : created_(cds_create(path_, false) == 0) {}
 
   bool created() const { return created_; }
   const std::string& path() const { return path_; }
@@ -41,9 +28,9 @@ class TempStore {
   }
 
  private:
-  std::string dir_;
-  std::string path_;
-  bool created_ = false;
+  testing_files::TempDir dir_;
+  std::string path_ = dir_ / "cds.db";
+  bool created_;
 };
 
 // Fixture: one store and one open handle to it.

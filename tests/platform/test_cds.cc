@@ -1,6 +1,7 @@
 // The store client against a real store in a temporary folder: values of
 // every type, per-path statuses, computed attributes, removal, groups, the
-// event queue, the system log and the watchdog.
+// event queue, the system log, the watchdog; and several processes on one
+// store.
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -11,6 +12,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <string>
 #include <vector>
@@ -18,21 +20,21 @@
 #include "platform/cds.h"
 #include "platform/cds_store.h"
 #include "platform/event.h"
+#include "tests/platform/child_process.h"
 #include "tests/platform/temp_store.h"
 
 namespace {
 
+using testing_child::ChildProcess;
 using testing_store::StoreTest;
 using testing_store::TempStore;
 using toolkit::CCds;
 using toolkit::CElement;
+using Step = ChildProcess::Step;
 
-timeval Time(time_t sec, suseconds_t usec) {
-  timeval tv;
-  tv.tv_sec = sec;
-  tv.tv_usec = usec;
-  return tv;
-}
+// The store client against a real store in a temporary folder: values of
+// every type, per-path statuses, computed attributes, removal, groups, the
+// event queue, the system log and the watchdog.
 
 long long NowUs() {
   timeval now;
@@ -64,68 +66,23 @@ class CdsStoreTest : public StoreTest {
   }
 };
 
-// ---------------------------------------------------------------------------
-// Opening and creating stores.
-
-TEST(CdsOpenTest, MissingFileIsNotCreated) {
+// A missing file is not created, an existing store only replaced on demand.
+TEST(CdsOpenTest, OpeningAndCreating) {
   TempStore store;
   const std::string missing = store.path() + ".missing";
   EXPECT_EQ(nullptr, pcd_open(missing.c_str()));
   EXPECT_NE(0, access(missing.c_str(), F_OK));
   setenv("TOOLKIT_CDS_PATH", missing.c_str(), 1);
   EXPECT_EQ(missing, pcd_default_path());
-  CCds cds;
-  EXPECT_FALSE(cds.is_open());
+  EXPECT_FALSE(CCds().is_open());
   unsetenv("TOOLKIT_CDS_PATH");
-}
-
-TEST(CdsOpenTest, CreateRefusesExistingUnlessReplaced) {
-  TempStore store;
-  ASSERT_TRUE(store.created());
-  {
-    auto cds = store.Open();
-    api_status_t status;
-    ASSERT_EQ(0, cds->add_node("/Old", status, "test"));
-  }
+  api_status_t status;
+  ASSERT_EQ(0, store.Open()->add_node("/Old", status, "test"));
   EXPECT_NE(0, cds_create(store.path(), false));
   ASSERT_EQ(0, cds_create(store.path(), true));
-  auto cds = store.Open();
-  api_status_t status;
-  cds->test_node("/Old", status);
+  store.Open()->test_node("/Old", status);
   EXPECT_EQ(API_STATUS_NO_NODE, status);
 }
-
-TEST(CdsOpenTest, FileThatIsNotAStoreIsRefused) {
-  TempStore store;
-  const std::string other = store.path() + ".txt";
-  FILE* file = fopen(other.c_str(), "w");
-  ASSERT_NE(nullptr, file);
-  fputs("not a database\n", file);
-  fclose(file);
-  EXPECT_EQ(nullptr, pcd_open(other.c_str()));
-}
-
-TEST(CdsOpenTest, ClosedHandleFailsEveryCall) {
-  CCds cds(nullptr);
-  api_status_t status = API_STATUS_UNKNOWN;
-  CElement element;
-  element_property_t property;
-  EXPECT_NE(0, cds.get_leaf("/A", status, element, property));
-  EXPECT_EQ(API_STATUS_NOT_OPEN, status);
-  EXPECT_NE(
-      0, cds.set_leaf("/A", CElement(1), status, PCD_TRIBOOL_UNKNOWN, "test"));
-  EXPECT_EQ(API_STATUS_NOT_OPEN, status);
-  std::vector<api_status_t> statuses;
-  std::vector<CElement> elements;
-  std::vector<element_property_t> properties;
-  EXPECT_NE(0, cds.get_leaves({"/A", "/B"}, statuses, elements, properties));
-  EXPECT_EQ(2u, statuses.size());
-  EXPECT_EQ(0ull, pcd_change_counter(nullptr));
-  EXPECT_NE(0, pcd_begin(nullptr));
-}
-
-// ---------------------------------------------------------------------------
-// Values.
 
 TEST_F(CdsStoreTest, EveryTypeReadsBackExactly) {
   AddNode("/P");
@@ -140,11 +97,11 @@ TEST_F(CdsStoreTest, EveryTypeReadsBackExactly) {
       CElement(std::string("007")),  // text that looks like a number
       CElement(std::string("a;b\n\xc3\xa9")),
       CElement(std::string()),
-      CElement(Time(-1, 250000)),
-      CElement(Time(1700000000, 999999)),
+      CElement(timeval{-1, 250000}),
+      CElement(timeval{1700000000, 999999}),
   };
   for (size_t i = 0; i < values.size(); ++i) {
-    values[i].set_time(Time(1600000000 + static_cast<time_t>(i), 42));
+    values[i].set_time(timeval{1600000000 + static_cast<time_t>(i), 42});
     ASSERT_EQ(API_STATUS_OK, Write("/P/Value", values[i])) << i;
     const CElement read = Get("/P/Value");
     EXPECT_EQ(values[i].get_type(), read.get_type()) << i;
@@ -152,24 +109,14 @@ TEST_F(CdsStoreTest, EveryTypeReadsBackExactly) {
     EXPECT_EQ(values[i].get_time().tv_sec, read.get_time().tv_sec) << i;
     EXPECT_EQ(42, read.get_time().tv_usec) << i;
   }
-}
-
-TEST_F(CdsStoreTest, NotANumberSurvivesTheDatabase) {
-  AddNode("/P");
+  // NaN survives the database; an unstamped write gets the present time.
+  const time_t before = time(nullptr);
   ASSERT_EQ(API_STATUS_OK, Write("/P/Value", CElement(std::nan(""))));
   const CElement read = Get("/P/Value");
   EXPECT_EQ(PCD_TYPE_REAL, read.get_type());
   EXPECT_TRUE(std::isnan(read.to_double()));
-}
-
-TEST_F(CdsStoreTest, UnstampedWriteGetsThePresentTime) {
-  AddNode("/P");
-  const time_t before = time(nullptr);
-  ASSERT_EQ(API_STATUS_OK, Write("/P/Value", CElement(5)));
-  const time_t after = time(nullptr);
-  const timeval stamp = Get("/P/Value").get_time();
-  EXPECT_GE(stamp.tv_sec, before);
-  EXPECT_LE(stamp.tv_sec, after);
+  EXPECT_GE(read.get_time().tv_sec, before);
+  EXPECT_LE(read.get_time().tv_sec, time(nullptr));
 }
 
 TEST_F(CdsStoreTest, PersistenceFlag) {
@@ -186,10 +133,7 @@ TEST_F(CdsStoreTest, PersistenceFlag) {
   EXPECT_EQ(PCD_PROP_PERSISTENT, Property("/P:New"));
 }
 
-// ---------------------------------------------------------------------------
-// Statuses.
-
-TEST_F(CdsStoreTest, ReadStatuses) {
+TEST_F(CdsStoreTest, ReadAndWriteStatuses) {
   AddNode("/P");
   SetText("/P/Units", "V");
   ASSERT_EQ(API_STATUS_OK, Write("/P/Value", CElement()));
@@ -200,10 +144,6 @@ TEST_F(CdsStoreTest, ReadStatuses) {
   EXPECT_EQ(API_STATUS_NOT_TYPED, Status("/P/Value"));
   EXPECT_EQ(API_STATUS_BAD_PATH, Status("P/Units"));
   EXPECT_EQ(API_STATUS_BAD_PATH, Status("/P/../Units"));
-}
-
-TEST_F(CdsStoreTest, WriteStatuses) {
-  AddNode("/P");
   EXPECT_EQ(API_STATUS_NO_NODE, Write("/Q/Value", CElement(1)));
   EXPECT_EQ(API_STATUS_BAD_PATH, Write("no/slash", CElement(1)));
   EXPECT_EQ(API_STATUS_READ_ONLY_LEAF, Write("/P/Children", CElement("x")));
@@ -215,33 +155,6 @@ TEST_F(CdsStoreTest, WriteStatuses) {
   EXPECT_EQ(0, cds_->add_node("/", status, "test"));
   EXPECT_EQ(API_STATUS_EXISTS, status);
 }
-
-TEST_F(CdsStoreTest, GetLeavesReportsEachPath) {
-  AddNode("/P");
-  Set("/P/Value", CElement(7));
-  std::vector<api_status_t> statuses;
-  std::vector<CElement> elements(1, CElement("stale"));
-  std::vector<element_property_t> properties;
-  ASSERT_EQ(0, cds_->get_leaves(
-                   {"/Q", "/P", "bad", "/P/Units", "/P:Name", "/P/Value"},
-                   statuses, elements, properties));
-  ASSERT_EQ(6u, elements.size());
-  EXPECT_EQ(API_STATUS_NO_NODE, statuses[0]);
-  EXPECT_EQ(PCD_TYPE_NONE, elements[0].get_type());
-  EXPECT_EQ(API_STATUS_OK, statuses[1]);
-  EXPECT_EQ(7, elements[1].to_int());
-  EXPECT_EQ(API_STATUS_BAD_PATH, statuses[2]);
-  EXPECT_EQ(API_STATUS_NO_ATTRIBUTE, statuses[3]);
-  EXPECT_EQ(API_STATUS_OK, statuses[4]);
-  EXPECT_EQ("P", elements[4].to_string());
-  EXPECT_EQ(API_STATUS_OK, statuses[5]);  // a path may come twice
-  EXPECT_EQ(7, elements[5].to_int());
-  ASSERT_EQ(0, cds_->get_leaves({"/Q"}, statuses, elements, properties));
-  EXPECT_EQ(std::vector<api_status_t>{API_STATUS_NO_NODE}, statuses);
-}
-
-// ---------------------------------------------------------------------------
-// Computed attributes.
 
 TEST_F(CdsStoreTest, ComputedAttributesFollowCreationOrder) {
   AddNode("/D/Zeta");
@@ -267,9 +180,6 @@ TEST_F(CdsStoreTest, ChangeCountCountsValueWrites) {
   Set("/P/Units", CElement("V"));
   EXPECT_EQ(2u, Get("/P/.ChangeCount").to_uint());
 }
-
-// ---------------------------------------------------------------------------
-// Structure.
 
 TEST_F(CdsStoreTest, RemoveTakesDescendantsButNotLookalikes) {
   for (const char* node : {"/A/B/C/D", "/A/B0", "/A/B.1", "/A/B-x", "/A/BB"}) {
@@ -330,9 +240,6 @@ TEST_F(CdsStoreTest, IncrementLeaf) {
   cds_->increment_leaf("/Nope/Value", 1, status, nullptr, "test");
   EXPECT_EQ(API_STATUS_NO_NODE, status);
 }
-
-// ---------------------------------------------------------------------------
-// Read-only handles and all-or-nothing writes.
 
 TEST_F(CdsStoreTest, ReadOnlyHandleRefusesTreeWrites) {
   AddNode("/P");
@@ -438,23 +345,6 @@ TEST_F(CdsStoreTest, SnapshotReadsOneStateAndRefusesWrites) {
   ASSERT_EQ(0, pcd_commit(cds_->handle));
   EXPECT_EQ(4, Get(*other, "/S/Value").to_int());
 }
-
-TEST_F(CdsStoreTest, ChangeCounterSeesEveryConnection) {
-  auto other = store_.Open();
-  AddNode("/P");
-  const unsigned long long start = pcd_change_counter(cds_->handle);
-  Get("/P/Value");
-  EXPECT_EQ(start, pcd_change_counter(cds_->handle));
-  Set("/P/Value", CElement(1));
-  const unsigned long long own = pcd_change_counter(cds_->handle);
-  EXPECT_NE(start, own);
-  api_status_t status;
-  other->set_leaf("/P/Value", CElement(2), status, PCD_TRIBOOL_UNKNOWN, "x");
-  EXPECT_NE(own, pcd_change_counter(cds_->handle));
-}
-
-// ---------------------------------------------------------------------------
-// Event queue, system log, watchdog.
 
 TEST_F(CdsStoreTest, EventsAreQueuedInOrder) {
   std::vector<toolkit::CEvent> events(3);
@@ -574,6 +464,183 @@ TEST_F(CdsStoreTest, WatchdogRowsAndSystemdNotices) {
   EXPECT_TRUE(rows.empty());
   EXPECT_NE(0, cds_->watchdog_ping(status));
   unsetenv("NOTIFY_SOCKET");
+}
+
+// --- Several processes on one store -------------------------------------
+
+// A child's body run on the child's own connection to the store.
+using Body = std::function<int(CCds&, const Step&)>;
+std::function<int(const Step&)> OnStore(const std::string& store, Body body) {
+  return [store, body](const Step& step) {
+    CCds cds(pcd_open(store.c_str()));
+    return cds.is_open() ? body(cds, step) : 2;
+  };
+}
+
+class CdsProcessTest : public StoreTest {
+ protected:
+  // Nodes "<base>/L0" .. and their Values, all set to 0, in one call.
+  std::vector<std::string> MakeLeaves(const std::string& base, int count) {
+    std::vector<std::string> paths;
+    for (int i = 0; i < count; ++i) {
+      AddNode(base + "/L" + std::to_string(i));
+      paths.push_back(base + "/L" + std::to_string(i) + "/Value");
+    }
+    std::vector<api_status_t> statuses;
+    EXPECT_EQ(0, cds_->set_leaves(paths,
+                                  std::vector<CElement>(count, CElement(0)),
+                                  {}, statuses, "test"));
+    return paths;
+  }
+  // Do all leaves hold one value (then in `value`)? Reports the first
+  // leaf that differs.
+  bool AllEqual(const std::vector<std::string>& paths, int* value) {
+    std::vector<api_status_t> statuses;
+    std::vector<CElement> elements;
+    std::vector<element_property_t> properties;
+    if (cds_->get_leaves(paths, statuses, elements, properties) != 0) {
+      ADD_FAILURE() << "get_leaves failed";
+      return false;
+    }
+    for (size_t i = 0; i < elements.size(); ++i) {
+      if (statuses[i] != API_STATUS_OK ||
+          elements[i].to_int() != elements[0].to_int()) {
+        ADD_FAILURE() << paths[i] << " holds " << elements[i].to_int()
+                      << ", " << paths[0] << " holds "
+                      << elements[0].to_int();
+        return false;
+      }
+    }
+    *value = elements[0].to_int();
+    return true;
+  }
+};
+
+// Each child bumps a shared counter and writes a pair of leaves to the same
+// value, `rounds` times.
+int CountAndWritePairs(CCds& cds, int id, int rounds,
+                       const std::vector<std::string>& pair) {
+  for (int i = 1; i <= rounds; ++i) {
+    api_status_t status;
+    if (cds.increment_leaf("/Shared/Value", 1, status, nullptr, "child") != 0 ||
+        status != API_STATUS_OK) {
+      return 10;
+    }
+    const CElement value(id * 100000 + i);
+    std::vector<api_status_t> statuses;
+    if (cds.set_leaves(pair, {value, value}, {}, statuses, "child") != 0 ||
+        statuses[0] != API_STATUS_OK) {
+      return 11;
+    }
+  }
+  return 0;
+}
+
+TEST_F(CdsProcessTest, ConcurrentWritersLoseAndTearNothing) {
+  constexpr int kRounds = 300;
+  AddNode("/Shared");
+  Set("/Shared/Value", CElement(0));
+  const std::vector<std::string> pair = MakeLeaves("/Pair", 2);
+  auto body = [&](int id) {
+    return OnStore(store_.path(), [&, id](CCds& cds, const Step&) {
+      return CountAndWritePairs(cds, id, kRounds, pair);
+    });
+  };
+  ChildProcess first(body(1));
+  ChildProcess second(body(2));
+  ASSERT_TRUE(first.started() && second.started());
+  // Read the pair while both write it: it must never be half written.
+  int reads = 0;
+  bool first_done = false, second_done = false;
+  while (!(first_done && second_done)) {
+    first_done = first_done || first.Finished();
+    second_done = second_done || second.Finished();
+    int value = 0;
+    if (!AllEqual(pair, &value)) break;
+    ++reads;
+  }
+  EXPECT_TRUE(first_done && second_done);
+  EXPECT_EQ(0, first.exit_code());
+  EXPECT_EQ(0, second.exit_code());
+  EXPECT_GT(reads, 0);
+  EXPECT_EQ(2 * kRounds, Get("/Shared/Value").to_int());
+}
+
+TEST_F(CdsProcessTest, KilledWriterLeavesAllOrNothing) {
+  const std::vector<std::string> paths = MakeLeaves("/Bulk", 400);
+  // One child writes with set_leaves, the other with a group of set_leaf
+  // calls; each is killed while it keeps writing.
+  const Body with_set_leaves = [&](CCds& cds, const Step& step) {
+    for (int i = 1;; ++i) {
+      std::vector<api_status_t> statuses;
+      cds.set_leaves(paths, std::vector<CElement>(paths.size(), CElement(i)),
+                     {}, statuses, "child");
+      step();
+    }
+    return 0;
+  };
+  const Body with_group = [&](CCds& cds, const Step& step) {
+    for (int i = 1;; ++i) {
+      pcd_begin(cds.handle);
+      for (const std::string& path : paths) {
+        api_status_t status;
+        cds.set_leaf(path, CElement(-i), status, PCD_TRIBOOL_UNKNOWN, "child");
+      }
+      pcd_commit(cds.handle);
+      step();
+    }
+    return 0;
+  };
+  for (const Body& body : {with_set_leaves, with_group}) {
+    for (int round = 0; round < 3; ++round) {
+      ChildProcess writer(OnStore(store_.path(), body));
+      ASSERT_TRUE(writer.started());
+      ASSERT_TRUE(writer.AwaitSteps(2 + round));
+      writer.Kill();
+      int value = 0;
+      EXPECT_TRUE(AllEqual(paths, &value));
+      EXPECT_NE(0, value);  // the awaited writes are there
+    }
+  }
+}
+
+TEST_F(CdsProcessTest, LockedStoreAnswersBusyInsteadOfHanging) {
+  AddNode("/P");
+  Set("/P/Value", CElement(0));
+  setenv("TOOLKIT_CDS_BUSY_MS", "50", 1);
+  auto impatient = store_.Open();  // takes the short time-out
+  unsetenv("TOOLKIT_CDS_BUSY_MS");
+  ASSERT_TRUE(impatient->is_open());
+
+  ChildProcess locker(OnStore(store_.path(), [](CCds& cds, const Step& step) {
+    api_status_t status;
+    if (pcd_begin(cds.handle) != 0) return 1;
+    cds.set_leaf("/P/Value", CElement(99), status, PCD_TRIBOOL_UNKNOWN, "x");
+    step();
+    for (;;) pause();  // holds the write lock until killed
+    return 0;
+  }));
+  ASSERT_TRUE(locker.AwaitSteps(1));
+
+  api_status_t status = API_STATUS_UNKNOWN;
+  EXPECT_NE(0, impatient->set_leaf("/P/Value", CElement(1), status,
+                                   PCD_TRIBOOL_UNKNOWN, "test"));
+  EXPECT_EQ(API_STATUS_BUSY, status);
+  EXPECT_NE(0, impatient->add_node("/Q", status, "test"));
+  EXPECT_EQ(API_STATUS_BUSY, status);
+  std::vector<api_status_t> statuses;
+  EXPECT_NE(0, impatient->set_leaves({"/P/Value"}, {CElement(2)}, {},
+                                     statuses, "test"));
+  EXPECT_EQ(API_STATUS_BUSY, statuses[0]);
+  EXPECT_NE(0, pcd_begin(impatient->handle));
+  // Readers are not blocked, and see only committed data.
+  EXPECT_EQ(0, Get(*impatient, "/P/Value").to_int());
+
+  locker.Kill();
+  impatient->set_leaf("/P/Value", CElement(3), status, PCD_TRIBOOL_UNKNOWN,
+                      "test");
+  EXPECT_EQ(API_STATUS_OK, status);
+  EXPECT_EQ(3, Get("/P/Value").to_int());
 }
 
 }  // namespace
