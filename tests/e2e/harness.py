@@ -55,6 +55,21 @@ def free_port():
         return s.getsockname()[1]
 
 
+def card_paths(data_dir):
+    """deploy/paths.env read by the shell it is written for, with its
+    files under `data_dir`; the folders are made."""
+    script = ". %s && env" % os.path.join(SOURCE_DIR, "deploy", "paths.env")
+    shown = subprocess.run(["sh", "-c", script], check=True,
+                           capture_output=True, text=True,
+                           env={"WSGATED_DATA_DIR": data_dir,
+                                "PATH": os.environ.get("PATH", "")}).stdout
+    paths = dict(line.split("=", 1) for line in shown.splitlines()
+                 if line.startswith("WSGATED_"))
+    os.makedirs(paths["WSGATED_LOG_DIR"], exist_ok=True)
+    os.makedirs(paths["WSGATED_WAVEFORM_DIR"], exist_ok=True)
+    return paths
+
+
 def wait_until(predicate, what, limit_s=START_LIMIT_S):
     """Polls `predicate`; `limit_s` is a hang guard, never a measurement."""
     deadline = time.monotonic() + limit_s
@@ -107,6 +122,8 @@ class Stack:
         # not exist, so that a Reset in any test fails instead of restarting
         # the machine. A test may point it at a script before __enter__.
         self.reboot_cmd = os.path.join(self.dir, "no-reboot")
+        # The card's data files (deploy/paths.env) under this stack's folder.
+        self.paths = card_paths(os.path.join(self.dir, "data"))
 
     # -- set-up -------------------------------------------------------
     def __enter__(self):
@@ -180,8 +197,17 @@ class Stack:
         with open(pid_file) as f:
             self.nginx_pid = int(f.read().strip())
 
+    def daemon_path_args(self):
+        """The data files' locations as the daemon's options."""
+        return ["-h", self.paths["WSGATED_DELTA_LOG"],
+                "-a", self.paths["WSGATED_EVENT_LOG"],
+                "-s", self.paths["WSGATED_SYSTEM_LOG"],
+                "-t", self.paths["WSGATED_TREND_LOG"],
+                "-w", self.paths["WSGATED_WAVEFORM_DIR"]]
+
     def start_daemon(self):
-        argv = [os.environ["WSGATED_BIN"]] + self.daemon_args
+        argv = ([os.environ["WSGATED_BIN"]] + self.daemon_args +
+                self.daemon_path_args())
         if self.background:
             done = subprocess.run(argv, env=self.env(), capture_output=True)
             assert done.returncode == 0, done

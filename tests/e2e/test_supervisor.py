@@ -44,7 +44,8 @@ class SupervisedStack(harness.Stack):
 
     def start_daemon(self):
         command = " ".join(shlex.quote(word) for word in
-                           [os.environ["WSGATED_BIN"]] + self.daemon_args)
+                           [os.environ["WSGATED_BIN"]] + self.daemon_args +
+                           self.daemon_path_args())
         argv = [os.environ["WSGATED_SUPERVISOR_BIN"], "--store", self.store,
                 "--log-file", self.supervisor_log, "-D", "2",
                 "--check-seconds", str(CHECK_S),
