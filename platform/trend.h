@@ -189,7 +189,6 @@ class CLog {
 
   int connect();
   int follow_file();
-  int read_device(const CDeviceProperties& device, long long* id);
   int read_trend_data(CDeviceData& data, const CDeviceParams& params,
                       const std::vector<CPeriodProperties>& periods,
                       const std::pair<long, long>& range, unsigned max,
@@ -243,8 +242,6 @@ class CWriter {
   void close();
 
  private:
-  int device_id(const CDeviceProperties& device, long long* id);
-
   sqlite3* db_ = nullptr;
 };
 

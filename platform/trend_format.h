@@ -124,6 +124,9 @@ std::string column_text(sqlite3_stmt* stmt, int column);
 // The file's log_id.
 int read_log_id(sqlite3* db, int* log_id);
 
+// The id of the device at `path`; NOT_FOUND when the log has none.
+int find_device(sqlite3* db, const std::string& path, long long* id);
+
 }  // namespace format
 }  // namespace trend
 }  // namespace toolkit

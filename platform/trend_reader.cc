@@ -217,17 +217,6 @@ int CLog::follow_file() {
   return connect();
 }
 
-int CLog::read_device(const CDeviceProperties& device, long long* id) {
-  Statement s(db_, "SELECT id FROM device WHERE path = ?1");
-  if (!s.ok()) return s.error();
-  s.bind_text(1, device.path);
-  const int rc = s.step();
-  if (rc == SQLITE_DONE) return LOG_STATUS_NOT_FOUND;
-  if (rc != SQLITE_ROW) return logdb::status_from_sqlite(rc);
-  *id = sqlite3_column_int64(s.get(), 0);
-  return LOG_STATUS_OK;
-}
-
 int CLog::get_periods(std::vector<CPeriodProperties>& periods) {
   periods.clear();
   int status = follow_file();
@@ -269,7 +258,7 @@ int CLog::get_params(const CDeviceProperties& device,
   params.clear();
   int status = follow_file();
   long long id = 0;
-  if (status == LOG_STATUS_OK) status = read_device(device, &id);
+  if (status == LOG_STATUS_OK) status = format::find_device(db_, device.path, &id);
   if (status != LOG_STATUS_OK) return status;
   Statement s(db_,
               "SELECT path, type, traits FROM param WHERE device = ?1 "
@@ -296,7 +285,7 @@ int CLog::read_trend_data(CDeviceData& data, const CDeviceParams& params,
   format::Transaction read(db_, "BEGIN");
   long long device = 0;
   int status = read.status();
-  if (status == LOG_STATUS_OK) status = read_device(params.device, &device);
+  if (status == LOG_STATUS_OK) status = format::find_device(db_, params.device.path, &device);
   std::unordered_map<uint32_t, std::vector<size_t>> slots;
   if (status == LOG_STATUS_OK) {
     status = read_seqs(db_, device, params.params, slots);

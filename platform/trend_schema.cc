@@ -174,6 +174,17 @@ int read_log_id(sqlite3* db, int* log_id) {
   return LOG_STATUS_OK;
 }
 
+int find_device(sqlite3* db, const std::string& path, long long* id) {
+  Statement s(db, "SELECT id FROM device WHERE path = ?1");
+  if (!s.ok()) return s.error();
+  s.bind_text(1, path);
+  const int rc = s.step();
+  if (rc == SQLITE_DONE) return LOG_STATUS_NOT_FOUND;
+  if (rc != SQLITE_ROW) return logdb::status_from_sqlite(rc);
+  *id = sqlite3_column_int64(s.get(), 0);
+  return LOG_STATUS_OK;
+}
+
 }  // namespace format
 }  // namespace trend
 }  // namespace toolkit

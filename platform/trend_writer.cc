@@ -199,7 +199,7 @@ int CWriter::set_device(const std::string& path, const std::string& name,
   long long id = 0;
   status = add.run();
   if (status == LOG_STATUS_OK) {
-    status = device_id(CDeviceProperties{path, name, 0, 0}, &id);
+    status = format::find_device(db_, path, &id);
   }
   if (status == LOG_STATUS_OK) status = add_params(db_, id, params);
   if (status == LOG_STATUS_OK) status = write.commit();
@@ -207,17 +207,6 @@ int CWriter::set_device(const std::string& path, const std::string& name,
     device = CDeviceProperties{path, name, static_cast<int>(id), log_id};
   }
   return status;
-}
-
-int CWriter::device_id(const CDeviceProperties& device, long long* id) {
-  Statement s(db_, "SELECT id FROM device WHERE path = ?1");
-  if (!s.ok()) return s.error();
-  s.bind_text(1, device.path);
-  const int rc = s.step();
-  if (rc == SQLITE_DONE) return LOG_STATUS_NOT_FOUND;
-  if (rc != SQLITE_ROW) return logdb::status_from_sqlite(rc);
-  *id = sqlite3_column_int64(s.get(), 0);
-  return LOG_STATUS_OK;
 }
 
 int CWriter::append(const CDeviceData& data) {
@@ -229,7 +218,7 @@ int CWriter::append(const CDeviceData& data) {
     std::vector<uint32_t> seqs;
     std::vector<unsigned> periods;
     int status = write.status();
-    if (status == LOG_STATUS_OK) status = device_id(data.device, &device);
+    if (status == LOG_STATUS_OK) status = format::find_device(db_, data.device.path, &device);
     if (status == LOG_STATUS_OK) {
       status = read_seqs(db_, device, data.params, seqs);
     }
