@@ -239,10 +239,20 @@ class CWriter {
   // only the device's newest max_entries snapshots.
   int append(const CDeviceData& data);
 
+  // True when the file at the log's path is no longer the one this writer
+  // opened (removed, or replaced): what it appends then reaches no reader.
+  // The writer does not follow the path by itself, since a new file knows
+  // none of the periods and devices declared; its owner opens it again and
+  // declares them anew.
+  bool file_replaced() const;
+
   void close();
 
  private:
   sqlite3* db_ = nullptr;
+  std::string path_;
+  dev_t device_ = 0;
+  ino_t inode_ = 0;
 };
 
 }  // namespace trend

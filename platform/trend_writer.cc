@@ -6,6 +6,8 @@
 // synchronous = NORMAL means a writer killed at any point loses no
 // committed snapshot.
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <string>
 
@@ -139,6 +141,12 @@ int CWriter::open(const std::string& path, unsigned page_size,
     if (status == LOG_STATUS_OK) status = check();
   }
   if (status != LOG_STATUS_OK) return status;
+  // The identity before the open, as the reader takes it (trend_reader.cc).
+  struct stat info;
+  if (stat(path.c_str(), &info) != 0) return LOG_STATUS_NO_FILE;
+  path_ = path;
+  device_ = info.st_dev;
+  inode_ = info.st_ino;
   const int rc = sqlite3_open_v2(
       path.c_str(), &db_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
   if (rc != SQLITE_OK) {
@@ -156,6 +164,13 @@ int CWriter::open(const std::string& path, unsigned page_size,
   if (status == LOG_STATUS_OK) status = format::read_log_id(db_, &log_id);
   if (status != LOG_STATUS_OK) close();
   return status;
+}
+
+bool CWriter::file_replaced() const {
+  if (db_ == nullptr) return false;
+  struct stat info;
+  return stat(path_.c_str(), &info) != 0 || info.st_dev != device_ ||
+         info.st_ino != inode_;
 }
 
 int CWriter::set_periods(const std::vector<CPeriodProperties>& periods) {

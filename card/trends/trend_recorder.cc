@@ -114,25 +114,31 @@ bool TrendRecorder::start(toolkit::CCds& store) {
   if (!readTrendConfig(store, trendsRoot_, devicesRoot_, &config_)) {
     return false;
   }
-  int status = writer_.open(trendLog_, 0, 0);
-  if (status == 0) status = writer_.set_periods(config_.periods);
   devices_.assign(config_.devices.size(), Device());
-  for (size_t d = 0; d < config_.devices.size() && status == 0; ++d) {
-    const TrendedDevice& device = config_.devices[d];
-    status = writer_.set_device(device.path, device.name, device.params(),
-                                devices_[d].record);
-    devices_[d].intervals.assign(config_.periods.size(), Interval());
+  for (Device& device : devices_) {
+    device.intervals.assign(config_.periods.size(), Interval());
   }
-  if (status != 0) {
-    logError(kLogAlways, "Cannot write the trend log %s: %s",
-             trendLog_.c_str(), pcd_log_status_name(status));
-    return false;
-  }
+  if (!declare()) return false;
   logNotice(kLogAlways, "Trend log %s: %zu devices, %zu periods, a sample "
             "every %lld ms",
             trendLog_.c_str(), config_.devices.size(), config_.periods.size(),
             sampleMs_);
   return backfillDays_ == 0 || backfill(store, nowMs());
+}
+
+bool TrendRecorder::declare() {
+  int status = writer_.open(trendLog_, 0, 0);
+  if (status == 0) status = writer_.set_periods(config_.periods);
+  for (size_t d = 0; d < config_.devices.size() && status == 0; ++d) {
+    const TrendedDevice& device = config_.devices[d];
+    status = writer_.set_device(device.path, device.name, device.params(),
+                                devices_[d].record);
+  }
+  if (status != 0) {
+    logError(kLogAlways, "Cannot write the trend log %s: %s",
+             trendLog_.c_str(), pcd_log_status_name(status));
+  }
+  return status == 0;
 }
 
 void TrendRecorder::step(toolkit::CCds& store) {
@@ -143,8 +149,15 @@ void TrendRecorder::step(toolkit::CCds& store) {
 void TrendRecorder::stop(toolkit::CCds&) { writer_.close(); }
 
 void TrendRecorder::sampleAt(toolkit::CCds& store, long long slotMs) {
-  if (slotMs == lastSlotMs_) return;  // a step that came early
-  lastSlotMs_ = slotMs;
+  if (slotMs == lastSlotMs_ || config_.devices.empty()) return;
+  lastSlotMs_ = slotMs;  // a step that came early samples nothing
+  // A log someone removed or replaced is made (or opened) anew, so that
+  // what follows reaches the readers.
+  if (writer_.file_replaced()) {
+    logWarning(kLogErrors, "The trend log %s was removed or replaced; "
+               "writing into the file now there", trendLog_.c_str());
+    declare();
+  }
   std::vector<std::vector<double>> values;
   if (!readTrendedValues(store, config_, &values)) {
     logError(kLogErrors, "Cannot read the trended points; samples at %lld "
@@ -155,28 +168,34 @@ void TrendRecorder::sampleAt(toolkit::CCds& store, long long slotMs) {
     }
   }
   for (size_t d = 0; d < config_.devices.size(); ++d) {
-    const TrendedDevice& device = config_.devices[d];
-    std::vector<toolkit::trend::CSnapshot> snapshots;
-    for (size_t p = 0; p < config_.periods.size(); ++p) {
-      Interval& interval = devices_[d].intervals[p];
-      const unsigned period = config_.periods[p].period;
-      const long long endMs = periodEnd(slotMs, period * 1000LL);
-      // A period whose last sample was missed, or a clock set back.
-      if (interval.endMs != 0 && interval.endMs != endMs) {
-        snapshots.push_back(closeInterval(device, period, &interval));
-      }
-      interval.endMs = endMs;
-      interval.stats.resize(device.points.size());
-      for (size_t i = 0; i < device.points.size(); ++i) {
-        if (std::isnan(values[d][i])) continue;
-        interval.stats[i].add(values[d][i], device.points[i].param.type);
-      }
-      if (slotMs == endMs) {
-        snapshots.push_back(closeInterval(device, period, &interval));
-      }
-    }
-    write(device, devices_[d], std::move(snapshots));
+    write(config_.devices[d], devices_[d],
+          addSamples(config_.devices[d], slotMs, values[d], &devices_[d]));
   }
+}
+
+std::vector<toolkit::trend::CSnapshot> TrendRecorder::addSamples(
+    const TrendedDevice& device, long long slotMs,
+    const std::vector<double>& values, Device* state) {
+  std::vector<toolkit::trend::CSnapshot> snapshots;
+  for (size_t p = 0; p < config_.periods.size(); ++p) {
+    Interval& interval = state->intervals[p];
+    const unsigned period = config_.periods[p].period;
+    const long long endMs = periodEnd(slotMs, period * 1000LL);
+    // A period whose last sample was missed, or a clock set back.
+    if (interval.endMs != 0 && interval.endMs != endMs) {
+      snapshots.push_back(closeInterval(device, period, &interval));
+    }
+    interval.endMs = endMs;
+    interval.stats.resize(device.points.size());
+    for (size_t i = 0; i < device.points.size(); ++i) {
+      if (std::isnan(values[i])) continue;
+      interval.stats[i].add(values[i], device.points[i].param.type);
+    }
+    if (slotMs == endMs) {
+      snapshots.push_back(closeInterval(device, period, &interval));
+    }
+  }
+  return snapshots;
 }
 
 toolkit::trend::CSnapshot TrendRecorder::closeInterval(

@@ -19,6 +19,10 @@
 // MaxEntries), shaped after each point's present value and units, and
 // exits; the demo runs it once so that there is something to look at.
 // Snapshots of a time the log already holds are replaced.
+//
+// A trend log removed or replaced while the recorder runs is noticed at
+// the next sample: the recorder opens the file now at the path (making it
+// when it is missing) and declares its periods and devices there again.
 
 #ifndef CARD_TRENDS_TREND_RECORDER_H_
 #define CARD_TRENDS_TREND_RECORDER_H_
@@ -73,8 +77,16 @@ class TrendRecorder : public Companion {
     std::vector<Interval> intervals;  // one per period of the config
   };
 
+  // Opens the log and declares the periods and devices; false (logged)
+  // when the log cannot be written.
+  bool declare();
   // One option's value; false when it is no good.
   bool apply(const std::string& option, const std::string& value);
+  // Adds one round's `values` of `device` to its periods; the snapshots
+  // of the periods that ended.
+  std::vector<toolkit::trend::CSnapshot> addSamples(
+      const TrendedDevice& device, long long slotMs,
+      const std::vector<double>& values, Device* state);
   toolkit::trend::CSnapshot closeInterval(const TrendedDevice& device,
                                           unsigned period, Interval* interval);
   void write(const TrendedDevice& device, const Device& state,

@@ -4,6 +4,7 @@
 // power factors), back-fill, and its options.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <string>
@@ -148,6 +149,12 @@ TEST_F(TrendRecorderTest, SamplesBecomeSnapshotsAtEachPeriodsEnd) {
   EXPECT_TRUE(std::isnan(longs[1].samples[1].avg));  // PF keeps no average
   EXPECT_EQ(0.9, longs[1].samples[1].min);
   EXPECT_EQ(7, longs[1].samples[3].actual);
+  // A log removed under the recorder is made again at the next sample.
+  ASSERT_EQ(0, unlink(log_.c_str()));
+  recorder.sampleAt(*cds_, 9000);
+  recorder.sampleAt(*cds_, 10000);
+  ASSERT_EQ(1u, Snapshots(2).size());
+  EXPECT_EQ(10, Snapshots(2)[0].time);
 }
 
 TEST(IntervalStats, PowerFactorsRankByDistanceFromUnity) {

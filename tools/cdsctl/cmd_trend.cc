@@ -188,6 +188,28 @@ std::vector<wsgated::ChartSeries> ChartSeriesOf(const CDeviceData& data,
   return series;
 }
 
+// The device record (with its name) and the parameters to draw: the
+// --points, else all of the device's.
+int ChartParams(CLog& log, const std::string& device,
+                const std::vector<std::string>& points,
+                CDeviceParams* params) {
+  params->device.path = device;
+  std::vector<CDeviceProperties> devices;
+  int status = log.get_devices(devices);
+  for (const CDeviceProperties& known : devices) {
+    if (known.path == device) params->device = known;
+  }
+  if (status == 0) status = log.get_params(params->device, params->params);
+  if (status != 0 || points.empty()) return status;
+  params->params.clear();
+  for (const std::string& point : points) {
+    CParamProperties param;
+    param.path = point;
+    params->params.push_back(param);
+  }
+  return 0;
+}
+
 int TrendChart(std::vector<std::string> args) {
   ChartOptions o;
   std::string error;
@@ -199,35 +221,22 @@ int TrendChart(std::vector<std::string> args) {
   int code = kExitOk;
   if (!OpenTrendLog(args[0], &log, &code)) return code;
   std::vector<CPeriodProperties> periods;
-  CDeviceParams params{{args[1], "", 0, 0}, {}};
+  CDeviceParams params;
   int status = log.get_periods(periods);
-  if (status == 0) status = log.get_params(params.device, params.params);
+  if (status == 0) status = ChartParams(log, args[1], o.points, &params);
   if (status != 0) return TrendFailed("trend chart " + args[1], status);
   if (periods.empty()) return FailedMessage("trend chart: the log has no periods");
-  CPeriodProperties period = periods.front();
-  if (o.period != 0) period.period = static_cast<unsigned>(o.period);
-  if (!o.points.empty()) {
-    params.params.clear();
-    for (const std::string& point : o.points) {
-      CParamProperties param;
-      param.path = point;
-      params.params.push_back(param);
-    }
-  }
-  std::vector<CDeviceProperties> devices;
-  log.get_devices(devices);
-  for (const CDeviceProperties& device : devices) {
-    if (device.path == params.device.path) params.device = device;
-  }
+  const unsigned period =
+      o.period != 0 ? static_cast<unsigned>(o.period) : periods.front().period;
   CDeviceData data;
-  const std::pair<long, long> range(o.has_from ? o.from.tv_sec : -1,
-                                    o.has_to ? o.to.tv_sec : -1);
-  status = log.get_trend_data(data, params, {period}, range,
+  status = log.get_trend_data(data, params, {{period, 0}},
+                              {o.has_from ? o.from.tv_sec : -1,
+                               o.has_to ? o.to.tv_sec : -1},
                               static_cast<unsigned>(o.max), 0, true, false);
   if (status != 0) return TrendFailed("trend chart " + args[1], status);
   wsgated::ChartLayout layout;
   layout.title = params.device.name + " (" + params.device.path + "): " +
-                 o.value + " per " + std::to_string(period.period) + " s";
+                 o.value + " per " + std::to_string(period) + " s";
   layout.xLabel = "time (UTC)";
   layout.yLabel = o.value;
   layout.width = static_cast<int>(std::min(o.width, 20000LL));
