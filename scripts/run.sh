@@ -54,6 +54,18 @@ create_store() {
   "$cdsctl" --store "$store" create --replace "$seed"
 }
 
+# A week of plausible trend history in a fresh trend log, so that the trend
+# operations and `cdsctl trend chart` have something to show at once; the
+# trend recorder, which serve.sh starts, carries it on.
+backfill_trends() (
+  WSGATED_DATA_DIR=$run_dir/data . deploy/paths.env
+  step "writing a week of trend history into $WSGATED_TREND_LOG"
+  mkdir -p "$WSGATED_LOG_DIR"
+  rm -f "$WSGATED_TREND_LOG" "$WSGATED_TREND_LOG-wal" "$WSGATED_TREND_LOG-shm"
+  "$build_dir/card/trends/card-trends" --store "$store" \
+    --trend-log "$WSGATED_TREND_LOG" --backfill-days 7
+)
+
 show_store() {
   step "the devices in the store"
   "$cdsctl" --store "$store" show /Devices --depth 1
@@ -161,6 +173,7 @@ install_deps
 build
 stop_previous
 create_store
+backfill_trends
 show_store
 serve
 write_example
