@@ -24,13 +24,13 @@ namespace {
 const char kUsage[] =
     "usage: log-history --delta-log FILE --event-log FILE --system-log FILE\n"
     "                   [--store PATH] [--days N] [--end SECONDS] [--seed N]\n"
-    "                   [--conditions-per-day N] [--cap N] [--replace]\n"
+    "                   [--conditions-per-day N] [--cap ROWS] [--replace]\n"
     "\n"
     "Writes the history of the store's Delta-logged points (.LogInterval)\n"
     "over N days (7) ending at SECONDS (UNIX time; now) into the Delta, the\n"
     "alarm/event and the system log. The store is PATH, else\n"
     "$TOOLKIT_CDS_PATH. Logs that exist are refused unless --replace is\n"
-    "given; new logs keep N records at most (--cap, else the logs' default).\n"
+    "given; new logs keep ROWS records at most (else the logs' default).\n"
     "\n"
     "Exit status: 0 done, 1 bad usage, 2 store cannot be read, 3 a log could\n"
     "not be written.\n";
@@ -39,8 +39,7 @@ constexpr size_t kBatch = 10000;
 
 struct Options {
   std::string store, deltaLog, eventLog, systemLog;
-  HistorySettings settings;
-  long long cap = 0;
+  long long days = 7, end = 0, seed = 1, conditionsPerDay = 12, cap = 0;
   bool replace = false;
 };
 
@@ -52,37 +51,51 @@ bool number(const char* text, long long low, long long high, long long& value) {
          value <= high;
 }
 
+// Takes the value of option `name` into `o`; false (with the reason
+// printed) for an unknown option or a bad value.
+bool take(Options& o, const std::string& name, const char* value) {
+  const struct {
+    const char* name;
+    std::string* text;
+  } texts[] = {{"--store", &o.store},
+               {"--delta-log", &o.deltaLog},
+               {"--event-log", &o.eventLog},
+               {"--system-log", &o.systemLog}};
+  const struct {
+    const char* name;
+    long long low, high;
+    long long* number;
+  } numbers[] = {{"--days", 1, 3660, &o.days},
+                 {"--end", 86400LL * 3660, 1LL << 40, &o.end},
+                 {"--seed", 0, INT64_MAX, &o.seed},
+                 {"--conditions-per-day", 0, 1000000, &o.conditionsPerDay},
+                 {"--cap", 1, INT64_MAX, &o.cap}};
+  for (const auto& option : texts) {
+    if (name != option.name) continue;
+    *option.text = value;
+    return true;
+  }
+  for (const auto& option : numbers) {
+    if (name != option.name) continue;
+    if (number(value, option.low, option.high, *option.number)) return true;
+    fprintf(stderr, "log-history: bad value '%s' for %s\n", value, name.c_str());
+    return false;
+  }
+  fprintf(stderr, "log-history: unknown option %s\n", name.c_str());
+  return false;
+}
+
 // False (with the reason printed) on a bad command line.
 bool parse(int argc, char** argv, Options& o) {
-  o.settings.endSeconds = static_cast<int64_t>(time(nullptr));
+  o.end = static_cast<long long>(time(nullptr));
   for (int i = 1; i < argc; ++i) {
     const std::string name = argv[i];
     if (name == "--replace") {
       o.replace = true;
-      continue;
-    }
-    if (i + 1 >= argc) {
+    } else if (i + 1 >= argc) {
       fprintf(stderr, "log-history: %s needs a value\n", name.c_str());
       return false;
-    }
-    const char* value = argv[++i];
-    long long n = 0;
-    bool good = true;
-    if (name == "--store") o.store = value;
-    else if (name == "--delta-log") o.deltaLog = value;
-    else if (name == "--event-log") o.eventLog = value;
-    else if (name == "--system-log") o.systemLog = value;
-    else if (name == "--days" && (good = number(value, 1, 3660, n))) o.settings.days = static_cast<int>(n);
-    else if (name == "--end" && (good = number(value, 86400LL * 3660, 1LL << 40, n))) o.settings.endSeconds = n;
-    else if (name == "--seed" && (good = number(value, 0, INT64_MAX, n))) o.settings.seed = static_cast<uint64_t>(n);
-    else if (name == "--conditions-per-day" && (good = number(value, 0, 1000000, n))) o.settings.conditionsPerDay = static_cast<int>(n);
-    else if (name == "--cap" && (good = number(value, 1, INT64_MAX, n))) o.cap = n;
-    else if (good) {
-      fprintf(stderr, "log-history: unknown option %s\n", name.c_str());
-      return false;
-    }
-    if (!good) {
-      fprintf(stderr, "log-history: bad value '%s' for %s\n", value, name.c_str());
+    } else if (!take(o, name, argv[++i])) {
       return false;
     }
   }
@@ -144,8 +157,13 @@ int run(int argc, char** argv) {
     return 2;
   }
   findActiveAlarms(cds, alarms);
+  HistorySettings settings;
+  settings.endSeconds = o.end;
+  settings.days = static_cast<int>(o.days);
+  settings.seed = static_cast<uint64_t>(o.seed);
+  settings.conditionsPerDay = static_cast<int>(o.conditionsPerDay);
   History history;
-  makeHistory(points, alarms, o.settings, history);
+  makeHistory(points, alarms, settings, history);
   const bool written = writeLog(o, o.deltaLog, history.delta) &&
                        writeLog(o, o.eventLog, history.events) &&
                        writeLog(o, o.systemLog, history.system);
