@@ -35,11 +35,13 @@ const size_t kMaxIdentity = 64;
 const size_t kMaxLanguages = 256;
 const char* const kDefaultLanguages = "en_US.UTF-8";
 
-// Free heap the allocator may keep between requests. A large answer (a
-// Delta log of 10,000 records needs some 6 MiB while it is built and sent)
-// leaves its memory free in the heap, where glibc keeps it, scattered
-// between live blocks; beyond this much it is given back to the system,
-// so that the daemon returns to its idle size.
+// Free heap the allocator may keep. A large answer (a Delta log of 10,000
+// records needs some 6 MiB while it is built and sent) leaves its memory
+// free in the heap, where glibc keeps it, scattered between live blocks;
+// beyond this much, housekeeping gives it back to the system, so that the
+// daemon returns to its idle size. Not after every request: taking the
+// pages back from the system costs a large request as much CPU again as
+// it needs otherwise (bench/README.md, log_calls).
 const size_t kKeptFreeHeapBytes = 1024 * 1024;
 
 // Sent when a request would otherwise end without any reply: nginx answers
@@ -151,11 +153,11 @@ Accepted serveFastCgiRequest(ServiceContext* ctx, struct soap* soap,
   unsetenv("REMOTE_ADDR");
   ctx->caller = RequestCaller();
   FCGX_Finish_r(request);
-  releaseFreedHeap();
   return Accepted::kServed;
 }
 
 void housekeeping(ServiceContext* ctx, bool background, time_t now) {
+  releaseFreedHeap();
   if (background) {
     api_status_t status = API_STATUS_UNKNOWN;
     if (ctx->cds.watchdog_ping(status) != 0 || status != API_STATUS_OK) {
