@@ -99,6 +99,36 @@ const EventRecordBuilder::ShownPath& EventRecordBuilder::shownPath(
   return paths_.emplace(sourcePath, std::move(shown)).first->second;
 }
 
+bool EventRecordBuilder::stateName(const std::string& node,
+                                   const toolkit::CElement& value,
+                                   std::string& name) {
+  NodeStates& states = nodes_[node];
+  CCds_Multistate multistate(cds_);
+  const data_type_t type = value.get_type();
+  if (type == PCD_TYPE_BOOL) {
+    if (!states.booleanKnown) {
+      states.booleanNames = translateStateList(
+          multistate.GetBoolPossibleValues(node, false), locale_);
+      states.booleanKnown = true;
+    }
+    name = CCds_Multistate::GetBoolPossibleValue(states.booleanNames,
+                                                 value.to_bool());
+    return true;
+  }
+  if (type != PCD_TYPE_INT && type != PCD_TYPE_UINT) return false;
+  if (!states.multistateKnown) {
+    states.multistate = multistate.IsMultistate(node, false);
+    std::string names;
+    if (states.multistate) multistate.GetPossibleValues(node, false, names);
+    states.multistateNames = translateStateList(names, locale_);
+    states.multistateKnown = true;
+  }
+  if (!states.multistate) return false;
+  name =
+      CCds_Multistate::GetStringValue(states.multistateNames, value.to_int());
+  return true;
+}
+
 void EventRecordBuilder::fillSourceAndValue(const CEvent& record,
                                             std::string*& sourcePath,
                                             std::string*& value,
@@ -107,35 +137,14 @@ void EventRecordBuilder::fillSourceAndValue(const CEvent& record,
   sourcePath = newText(shown.text);
   value = newText(record.value.to_string());
   numericValue = nullptr;
-  if (shown.node.empty()) return;
-  const data_type_t type = record.value.get_type();
-  CCds_Multistate multistate(cds_);
-  if (type == PCD_TYPE_BOOL) {
-    NodeStates& states = nodes_[shown.node];
-    if (!states.booleanKnown) {
-      states.booleanNames = translateStateList(
-          multistate.GetBoolPossibleValues(shown.node, false), locale_);
-      states.booleanKnown = true;
-    }
-    const bool truth = record.value.to_bool();
-    numericValue = newText(truth ? "1" : "0");
-    *value = CCds_Multistate::GetBoolPossibleValue(states.booleanNames, truth);
-  } else if (type == PCD_TYPE_INT || type == PCD_TYPE_UINT) {
-    NodeStates& states = nodes_[shown.node];
-    if (!states.multistateKnown) {
-      states.multistate = multistate.IsMultistate(shown.node, false);
-      std::string names;
-      if (states.multistate) {
-        multistate.GetPossibleValues(shown.node, false, names);
-        states.multistateNames = translateStateList(names, locale_);
-      }
-      states.multistateKnown = true;
-    }
-    if (!states.multistate) return;
-    numericValue = newText(*value);
-    *value = CCds_Multistate::GetStringValue(states.multistateNames,
-                                             record.value.to_int());
+  std::string name;
+  if (shown.node.empty() || !stateName(shown.node, record.value, name)) {
+    return;
   }
+  const bool isBoolean = record.value.get_type() == PCD_TYPE_BOOL;
+  numericValue =
+      newText(isBoolean ? (record.value.to_bool() ? "1" : "0") : *value);
+  *value = name;
 }
 
 bool EventRecordBuilder::fillEvent(const CEvent& record, nss1__Event& event) {
@@ -144,10 +153,10 @@ bool EventRecordBuilder::fillEvent(const CEvent& record, nss1__Event& event) {
   event.SequenceIndex = record.sequence_index;
   if (isConfigurationChange(record)) {
     event.EventType = nss1__EventType__StructureChanged;
-    event.Description = newText(
-        record.description.empty()
-            ? std::string(kStructureChanged)
-            : localizeEventText(record.description, locale_));
+    event.Description =
+        newText(record.description.empty()
+                    ? std::string(kStructureChanged)
+                    : localizeEventText(record.description, locale_));
     event.SourcePath = newText("/");
   } else {
     event.EventType = nss1__EventType__Event;

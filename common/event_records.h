@@ -66,8 +66,8 @@ class EventRecordBuilder {
  private:
   // How a source path is shown, worked out once per path.
   struct ShownPath {
-    std::string text;       // "/", "<node>" or "<node>:<attribute>"
-    std::string node;       // the node of a Value leaf, else ""
+    std::string text;  // "/", "<node>" or "<node>:<attribute>"
+    std::string node;  // the node of a Value leaf, else ""
   };
   // A node's states, read once per node.
   struct NodeStates {
@@ -75,7 +75,7 @@ class EventRecordBuilder {
     bool multistate = false;
     std::string multistateNames;  // translated PossibleValues
     bool booleanKnown = false;
-    std::string booleanNames;     // translated "false-text;true-text"
+    std::string booleanNames;  // translated "false-text;true-text"
   };
 
   // The parts every record has in common. False when dropped.
@@ -84,6 +84,10 @@ class EventRecordBuilder {
                           std::string*& sourcePath, std::string*& value,
                           std::string*& numericValue);
   const ShownPath& shownPath(const std::string& sourcePath);
+  // The state name of a Boolean or multistate `value` of `node` in the
+  // request's locale; false for any other value.
+  bool stateName(const std::string& node, const toolkit::CElement& value,
+                 std::string& name);
   std::string* newText(const std::string& text);
 
   struct soap* soap_;

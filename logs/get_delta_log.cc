@@ -32,8 +32,8 @@ int __nsqv__getDeltaLog(struct soap* soap, struct _nsqv__getDeltaLog* request,
       records.empty()) {
     return SOAP_OK;
   }
-  nss1__PublishedValue* values = soap_new_nss1__PublishedValue(
-      soap, static_cast<int>(records.size()));
+  nss1__PublishedValue* values =
+      soap_new_nss1__PublishedValue(soap, static_cast<int>(records.size()));
   if (values == nullptr) return SOAP_EOM;
   wsgated::EventRecordBuilder builder(soap, context->cds,
                                       wsgated::recordLocale(options));

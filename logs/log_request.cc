@@ -36,8 +36,8 @@ bool readRequestedLog(ServiceContext* context,
                       const nsqv__logRetrieveRequest* request,
                       const std::string& path, int maximum,
                       ServiceOptions& options,
-                      std::vector<toolkit::CEvent>& records,
-                      int& trimmedCount, std::string& result) {
+                      std::vector<toolkit::CEvent>& records, int& trimmedCount,
+                      std::string& result) {
   records.clear();
   trimmedCount = 0;
   parseServiceOptions(context, request != nullptr ? request->options : nullptr,
@@ -48,8 +48,7 @@ bool readRequestedLog(ServiceContext* context,
   }
   PlatformLogReader reader(context->sqlitePageSize, context->sqliteCacheSize,
                            context->sqliteHeapLimit);
-  LogSource source{&reader, path, maximum,
-                   [] { sleep(kRetryPauseSeconds); }};
+  LogSource source{&reader, path, maximum, [] { sleep(kRetryPauseSeconds); }};
   return retrieveLog(source, logQueryFromRequest(*request), options, records,
                      trimmedCount, result);
 }
@@ -64,7 +63,8 @@ SourceRights::SourceRights(toolkit::CCds& cds, const std::string& user)
 bool SourceRights::mayRead(const std::string& sourcePath) {
   auto judged = judged_.find(sourcePath);
   if (judged != judged_.end()) return judged->second;
-  const bool allowed = toolkit::CPath(sourcePath).is_read_authorized(cds_, user_);
+  const bool allowed =
+      toolkit::CPath(sourcePath).is_read_authorized(cds_, user_);
   judged_.emplace(sourcePath, allowed);
   return allowed;
 }

@@ -35,8 +35,8 @@ bool readRequestedLog(ServiceContext* context,
                       const nsqv__logRetrieveRequest* request,
                       const std::string& path, int maximum,
                       ServiceOptions& options,
-                      std::vector<toolkit::CEvent>& records,
-                      int& trimmedCount, std::string& result);
+                      std::vector<toolkit::CEvent>& records, int& trimmedCount,
+                      std::string& result);
 
 // The locale the request's texts are translated into; null without locale
 // support.

@@ -50,9 +50,9 @@ int trimIncompleteGroup(LogReader& reader, const char* filter,
 
 // The retry rule. Returns the status of the last attempt and, through
 // `attempts`, how many were made.
-int retrieveWithRetries(const LogSource& source, const LogQuery& query,
-                        int max, std::vector<CEvent>& records,
-                        int& trimmedCount, int& attempts) {
+int retrieveWithRetries(const LogSource& source, const LogQuery& query, int max,
+                        std::vector<CEvent>& records, int& trimmedCount,
+                        int& attempts) {
   timeval startStorage, endStorage;
   const timeval* start = bound(query.startTime, startStorage);
   const timeval* end = bound(query.endTime, endStorage);
@@ -67,8 +67,8 @@ int retrieveWithRetries(const LogSource& source, const LogQuery& query,
       trimmedCount = 0;
       if (query.trimIncomplete && !records.empty() &&
           records.size() >= static_cast<size_t>(max)) {
-        status = trimIncompleteGroup(*source.reader, filter, records,
-                                     trimmedCount);
+        status =
+            trimIncompleteGroup(*source.reader, filter, records, trimmedCount);
       }
     }
     if (status == LOG_STATUS_OK || attempts == kMostAttempts) return status;
@@ -82,8 +82,7 @@ int retrieveWithRetries(const LogSource& source, const LogQuery& query,
 
 }  // namespace
 
-PlatformLogReader::PlatformLogReader(int pageSize, int cacheSize,
-                                     int heapLimit)
+PlatformLogReader::PlatformLogReader(int pageSize, int cacheSize, int heapLimit)
     : pageSize_(pageSize), cacheSize_(cacheSize), heapLimit_(heapLimit) {}
 
 PlatformLogReader::~PlatformLogReader() { close(); }
@@ -131,15 +130,14 @@ bool retrieveLog(const LogSource& source, const LogQuery& query,
   }
   const int max = query.maxToReturn < 1 ? source.maximum : query.maxToReturn;
   int attempts = 0;
-  const int status = retrieveWithRetries(source, query, max, records,
-                                         trimmedCount, attempts);
+  const int status =
+      retrieveWithRetries(source, query, max, records, trimmedCount, attempts);
   source.reader->close();
   if (status == LOG_STATUS_OK && attempts <= kLastGoodAttempt) return true;
   logError(kLogErrors, "Failed to get events from database %s, dbResult = %d",
            source.path.c_str(), status);
   setBnwsError(kBnwsNoDataAvailable,
-               "Database retrieval failed with these params", result,
-               &options);
+               "Database retrieval failed with these params", result, &options);
   records.clear();
   trimmedCount = 0;
   return false;

@@ -84,8 +84,7 @@ TEST_F(EventRecordsTest, Events) {
       {"false configuration change",
        Record(2, kConfiguration, toolkit::CElement(false)), kDropped},
       {"other /Software record",
-       Record(256, "/Software/Data Servers/Count/Value",
-              toolkit::CElement(1)),
+       Record(256, "/Software/Data Servers/Count/Value", toolkit::CElement(1)),
        kDropped},
       {"condition of unknown severity",
        Record(256, "/Meter/Count/Value", toolkit::CElement(4)), "Event",
@@ -98,8 +97,8 @@ TEST_F(EventRecordsTest, Events) {
       {"attribute leaf",
        Record(4, "/Meter/Status/Units", toolkit::CElement("V"), "Units set"),
        "Event", "/Meter/Status:Units", "V", "(absent)", "Units set", "64"},
-      {"the root", Record(32, "/", toolkit::CElement("up")), "Event", "/",
-       "up", "(absent)", "", "64"},
+      {"the root", Record(32, "/", toolkit::CElement("up")), "Event", "/", "up",
+       "(absent)", "", "64"},
   };
   EventRecordBuilder builder = Builder();
   const char* types[] = {"Event", "Alarm", "StructureChanged"};
@@ -162,14 +161,15 @@ TEST_F(EventRecordsTest, AlarmsCarryTheirStateAndOptionalFieldsOnlyWhenSet) {
   alarm = builder.buildAlarmEvent(raised);
   EXPECT_EQ(nullptr, alarm->Note);
   EXPECT_EQ(nullptr, alarm->BasePriority);
-  EXPECT_EQ(nullptr, builder.buildAlarmEvent(
-                         Record(8, "/Software/Alarms/1", toolkit::CElement(1))));
+  EXPECT_EQ(nullptr, builder.buildAlarmEvent(Record(8, "/Software/Alarms/1",
+                                                    toolkit::CElement(1))));
 }
 
 TEST_F(EventRecordsTest, PublishedValues) {
   EventRecordBuilder builder = Builder();
   nss1__PublishedValue value;
-  toolkit::CEvent record = Record(1, "/Meter/Status/Value", toolkit::CElement(1));
+  toolkit::CEvent record =
+      Record(1, "/Meter/Status/Value", toolkit::CElement(1));
   ASSERT_TRUE(builder.buildPublishedValue(record, value));
   EXPECT_EQ("/Meter/Status", Text(value.Path));
   EXPECT_EQ("Warning", Text(value.Value));
@@ -198,11 +198,12 @@ TEST_F(EventRecordsTest, TranslatesStateNamesAndConfigurationChangesOnly) {
       Record(1, "/Breaker/Position/Value", toolkit::CElement(false), "Open"));
   EXPECT_EQ("Offen", Text(event->Value));
   EXPECT_EQ("Open", Text(event->Description));
-  event = builder.buildEvent(
-      Record(256, "/Meter/Status", toolkit::CElement(6)));
+  event =
+      builder.buildEvent(Record(256, "/Meter/Status", toolkit::CElement(6)));
   EXPECT_EQ("Störung", Text(event->Value));
-  event = builder.buildEvent(Record(2, kConfiguration, toolkit::CElement(true),
-                                    "Configuration changed :  Network settings"));
+  event =
+      builder.buildEvent(Record(2, kConfiguration, toolkit::CElement(true),
+                                "Configuration changed :  Network settings"));
   EXPECT_EQ("Konfiguration geändert : Netzwerkeinstellungen",
             Text(event->Description));
 }

@@ -128,9 +128,10 @@ TEST_F(LogRetrievalTest, RetriesAndTheAttemptsThatCount) {
       EXPECT_EQ("", result_);
       EXPECT_EQ(c.trim ? 4u : 7u, records_.size());
     } else {
-      EXPECT_EQ("? 22 No Data Available : Database retrieval failed with "
-                "these params",
-                result_);
+      EXPECT_EQ(
+          "? 22 No Data Available : Database retrieval failed with "
+          "these params",
+          result_);
       EXPECT_TRUE(records_.empty());
       EXPECT_EQ(0, trimmed_);
     }
@@ -171,8 +172,11 @@ TEST_F(LogRetrievalTest, TrimsAnIncompleteLastGroup) {
   } cases[] = {
       {"three of six at the cut", 7, "", {1, 2, 3, 4}, 6},
       {"complete answer", 0, "", {1, 2, 3, 4, 5, 6, 7, 8, 9, 10}, 0},
-      {"last group complete within the filter", 9, "/A", {1, 2, 3, 4, 5, 6, 7,
-                                                          8, 9}, 0},
+      {"last group complete within the filter",
+       9,
+       "/A",
+       {1, 2, 3, 4, 5, 6, 7, 8, 9},
+       0},
       {"every record at the cut", 2, "/A", {}, 4},
   };
   for (const auto& c : cases) {

@@ -20,13 +20,24 @@ using toolkit::CElement;
 
 // The attributes read per node, in this order.
 enum Attribute {
-  kLogInterval, kValueType, kValue, kDisplayName, kUnits, kPossibleValues,
-  kDeadband, kBasePriority, kAutoClosing, kHighLimit, kLowLimit,
-  kAlarmOnValue, kAlarmText, kAttributeCount
+  kLogInterval,
+  kValueType,
+  kValue,
+  kDisplayName,
+  kUnits,
+  kPossibleValues,
+  kDeadband,
+  kBasePriority,
+  kAutoClosing,
+  kHighLimit,
+  kLowLimit,
+  kAlarmOnValue,
+  kAlarmText,
+  kAttributeCount
 };
 const char* const kAttributeNames[kAttributeCount] = {
-    ".LogInterval", "ValueType",      "Value",           "DisplayName",
-    "Units",        "PossibleValues", ".Deadband",       ".BasePriority",
+    ".LogInterval", "ValueType",       "Value",          "DisplayName",
+    "Units",        "PossibleValues",  ".Deadband",      ".BasePriority",
     ".AutoClosing", ".HighAlarmLimit", ".LowAlarmLimit", ".AlarmOnValue",
     ".AlarmText"};
 
@@ -74,7 +85,8 @@ LoggedPoint pointFrom(const std::string& node, const NodeLeaves& leaves) {
   LoggedPoint point;
   point.node = node;
   point.displayName = text(kDisplayName);
-  if (point.displayName.empty()) point.displayName = node.substr(node.rfind('/') + 1);
+  if (point.displayName.empty())
+    point.displayName = node.substr(node.rfind('/') + 1);
   point.type = at[kValue].get_type();
   point.multistate = strcasecmp(text(kValueType).c_str(), "Multistate") == 0;
   point.possibleValues = text(kPossibleValues);
@@ -83,13 +95,15 @@ LoggedPoint pointFrom(const std::string& node, const NodeLeaves& leaves) {
   point.value = at[kValue].to_double();
   point.interval = std::max(1, at[kLogInterval].to_int());
   point.deadband = leaves.found[kDeadband] ? at[kDeadband].to_double() : 0;
-  point.basePriority = leaves.found[kBasePriority] ? at[kBasePriority].to_int() : 0;
+  point.basePriority =
+      leaves.found[kBasePriority] ? at[kBasePriority].to_int() : 0;
   point.autoClosing = leaves.found[kAutoClosing] && at[kAutoClosing].to_bool();
   point.hasHighLimit = leaves.found[kHighLimit];
   point.highLimit = at[kHighLimit].to_double();
   point.hasLowLimit = leaves.found[kLowLimit];
   point.lowLimit = at[kLowLimit].to_double();
-  point.alarmOnValue = leaves.found[kAlarmOnValue] && at[kAlarmOnValue].to_bool();
+  point.alarmOnValue =
+      leaves.found[kAlarmOnValue] && at[kAlarmOnValue].to_bool();
   point.alarmText = text(kAlarmText);
   if (point.alarmText.empty()) point.alarmText = point.displayName + " alarm";
   return point;
@@ -144,7 +158,8 @@ void findActiveAlarms(toolkit::CCds& cds, std::vector<ActiveAlarm>& alarms) {
     ActiveAlarm alarm;
     alarm.number = std::stoull(name);
     alarm.sourcePath = leafText(cds, child + "/SourcePath");
-    alarm.sourceValue = CElement(leafText(cds, child + "/SourceValue")).to_double();
+    alarm.sourceValue =
+        CElement(leafText(cds, child + "/SourceValue")).to_double();
     alarm.message = leafText(cds, child + "/AlarmMsg");
     alarm.sequence = CElement(leafText(cds, child + "/SequenceID")).to_uint();
     alarm.acknowledged = leafText(cds, child + "/AlarmLevel") == "3";

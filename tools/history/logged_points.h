@@ -27,8 +27,8 @@ struct LoggedPoint {
   std::string possibleValues;   // the state names' list
   std::vector<int32_t> states;  // the multistate's state numbers
   std::string units;
-  double value;      // the present value: where the history ends
-  int interval;      // seconds between samples
+  double value;  // the present value: where the history ends
+  int interval;  // seconds between samples
   double deadband;
   // Alarm configuration: a point with a base priority raises alarms.
   int basePriority;

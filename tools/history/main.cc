@@ -78,7 +78,8 @@ bool take(Options& o, const std::string& name, const char* value) {
   for (const auto& option : numbers) {
     if (name != option.name) continue;
     if (number(value, option.low, option.high, *option.number)) return true;
-    fprintf(stderr, "log-history: bad value '%s' for %s\n", value, name.c_str());
+    fprintf(stderr, "log-history: bad value '%s' for %s\n", value,
+            name.c_str());
     return false;
   }
   fprintf(stderr, "log-history: unknown option %s\n", name.c_str());
@@ -108,7 +109,8 @@ bool parse(int argc, char** argv, Options& o) {
 
 // A log file and what SQLite keeps beside it.
 void removeLog(const std::string& path) {
-  for (const char* suffix : {"", "-wal", "-shm"}) unlink((path + suffix).c_str());
+  for (const char* suffix : {"", "-wal", "-shm"})
+    unlink((path + suffix).c_str());
 }
 
 bool writeLog(const Options& o, const std::string& path,
@@ -125,7 +127,8 @@ bool writeLog(const Options& o, const std::string& path,
   for (size_t at = 0; status == 0 && at < records.size(); at += kBatch) {
     std::vector<toolkit::CEvent> batch(
         records.begin() + static_cast<long>(at),
-        records.begin() + static_cast<long>(std::min(records.size(), at + kBatch)));
+        records.begin() +
+            static_cast<long>(std::min(records.size(), at + kBatch)));
     status = pcd_log_append(writer, batch);
   }
   pcd_log_close_writer(writer);

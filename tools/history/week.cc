@@ -34,15 +34,16 @@ const char* const kConfigurationTexts[] = {
     "Firmware updated",
     ""};
 const char* const kConditionTexts[] = {
-    "Communication retry", "Measurement outside expected range",
-    "Self test passed", "", "Communication restored", ""};
+    "Communication retry",    "Measurement outside expected range",
+    "Self test passed",       "",
+    "Communication restored", ""};
 
 // A stretch of time in which a point holds an unusual value.
 struct Excursion {
   size_t point;
   int64_t start, end;
   double value;
-  bool alarm;            // raises an alarm of the point
+  bool alarm;                 // raises an alarm of the point
   const ActiveAlarm* active;  // the table's alarm it became, if any
 };
 
@@ -51,9 +52,13 @@ class HistoryMaker {
   HistoryMaker(const std::vector<LoggedPoint>& points,
                const std::vector<ActiveAlarm>& alarms,
                const HistorySettings& settings, History& history)
-      : points_(points), alarms_(alarms), settings_(settings),
-        history_(history), random_(settings.seed),
-        end_(settings.endSeconds), begin_(end_ - settings.days * kDay) {}
+      : points_(points),
+        alarms_(alarms),
+        settings_(settings),
+        history_(history),
+        random_(settings.seed),
+        end_(settings.endSeconds),
+        begin_(end_ - settings.days * kDay) {}
 
   void make() {
     planExcursions();
@@ -70,7 +75,8 @@ class HistoryMaker {
  private:
   static bool earlier(const CEvent& a, const CEvent& b) {
     if (a.time.tv_sec != b.time.tv_sec) return a.time.tv_sec < b.time.tv_sec;
-    if (a.time.tv_usec != b.time.tv_usec) return a.time.tv_usec < b.time.tv_usec;
+    if (a.time.tv_usec != b.time.tv_usec)
+      return a.time.tv_usec < b.time.tv_usec;
     return a.sequence_index < b.sequence_index;
   }
   double uniform(double low, double high) {
@@ -80,14 +86,16 @@ class HistoryMaker {
     return std::uniform_int_distribution<size_t>(0, count - 1)(random_);
   }
   int64_t someTime(int64_t from, int64_t to) {
-    return from + static_cast<int64_t>(uniform(0, static_cast<double>(to - from)));
+    return from +
+           static_cast<int64_t>(uniform(0, static_cast<double>(to - from)));
   }
   double noise(double spread) {
     return std::normal_distribution<double>(0, spread)(random_);
   }
   // How many of an occurrence `perWeek` times a week the history has.
   int occurrences(double perWeek) {
-    return std::poisson_distribution<int>(perWeek * settings_.days / 7.0)(random_);
+    return std::poisson_distribution<int>(perWeek * settings_.days /
+                                          7.0)(random_);
   }
 
   void planExcursions();
@@ -142,16 +150,16 @@ double otherState(const LoggedPoint& point, std::mt19937_64& random) {
     if (state != static_cast<int32_t>(point.value)) others.push_back(state);
   }
   if (others.empty()) return point.value;
-  return others[std::uniform_int_distribution<size_t>(0, others.size() - 1)(
-      random)];
+  return others[std::uniform_int_distribution<size_t>(
+      0, others.size() - 1)(random)];
 }
 
 void HistoryMaker::planExcursions() {
   for (size_t p = 0; p < points_.size(); ++p) {
     const LoggedPoint& point = points_[p];
     const bool alarming =
-        point.basePriority != 0 &&
-        (point.type == PCD_TYPE_BOOL || point.hasHighLimit || point.hasLowLimit);
+        point.basePriority != 0 && (point.type == PCD_TYPE_BOOL ||
+                                    point.hasHighLimit || point.hasLowLimit);
     if (!alarming && !isDiscrete(point)) continue;
     for (int n = occurrences(alarming ? 1.5 : 2.5); n > 0; --n) {
       Excursion excursion{p, 0, 0, 0, alarming, nullptr};
@@ -162,24 +170,27 @@ void HistoryMaker::planExcursions() {
       } else if (point.type == PCD_TYPE_BOOL) {
         excursion.value = point.alarmOnValue ? 1 : 0;
       } else {
-        excursion.value = point.hasHighLimit ? point.highLimit * 1.012
-                                             : point.lowLimit * 0.9;
+        excursion.value =
+            point.hasHighLimit ? point.highLimit * 1.012 : point.lowLimit * 0.9;
       }
       excursions_.push_back(excursion);
     }
   }
   planActiveAlarms();
-  std::sort(excursions_.begin(), excursions_.end(),
-            [](const Excursion& a, const Excursion& b) { return a.start < b.start; });
+  std::sort(
+      excursions_.begin(), excursions_.end(),
+      [](const Excursion& a, const Excursion& b) { return a.start < b.start; });
   byPoint_.assign(points_.size(), {});
   for (const Excursion& e : excursions_) byPoint_[e.point].push_back(&e);
   // Alarms that have closed are numbered before those still in the table,
   // or after them when there are too many for that.
   size_t closed = 0;
-  for (const Excursion& e : excursions_) closed += e.alarm && e.active == nullptr;
+  for (const Excursion& e : excursions_)
+    closed += e.alarm && e.active == nullptr;
   const uint64_t first = alarms_.empty() ? 1 : alarms_.front().number;
-  nextClosedAlarm_ = first > closed ? first - closed
-                     : alarms_.empty() ? 1 : alarms_.back().number + 1;
+  nextClosedAlarm_ = first > closed    ? first - closed
+                     : alarms_.empty() ? 1
+                                       : alarms_.back().number + 1;
 }
 
 // The table's alarms were raised during the last day and are still there.
@@ -203,13 +214,14 @@ double HistoryMaker::sample(const LoggedPoint& point, size_t index, int64_t t) {
   if (isDiscrete(point)) return point.value;
   if (isCounter(point)) {
     const double perHour = units == "h" ? 1 : 6;
-    return std::floor(point.value - perHour * static_cast<double>(end_ - t) / kHour);
+    return std::floor(point.value -
+                      perHour * static_cast<double>(end_ - t) / kHour);
   }
   double value = point.value * (1 + noise(0.002));
   if (units == "V") {
     const double hour = static_cast<double>(t % kDay) / kHour;
-    value = point.value * (1 + 0.008 * std::sin(2 * kPi * (hour - 9) / 24) +
-                           noise(0.0025));
+    value = point.value *
+            (1 + 0.008 * std::sin(2 * kPi * (hour - 9) / 24) + noise(0.0025));
   } else if (units == "Hz") {
     value = point.value + noise(0.015);
   } else if (units == "A" || units == "kW" || units == "kvar" ||
@@ -231,8 +243,9 @@ CElement HistoryMaker::element(const LoggedPoint& point, double value) const {
       return CElement(static_cast<uint32_t>(std::max(0L, std::lround(value))));
     default:
       // Shown to the precision a meter reports.
-      return CElement(std::fabs(point.value) < 10 ? std::round(value * 1000) / 1000
-                                                  : std::round(value * 100) / 100);
+      return CElement(std::fabs(point.value) < 10
+                          ? std::round(value * 1000) / 1000
+                          : std::round(value * 100) / 100);
   }
 }
 
@@ -256,10 +269,12 @@ void HistoryMaker::sampleDelta(size_t index) {
   bool logged = false;
   double last = 0;
   const int64_t interval = point.interval;
-  for (int64_t t = (begin_ / interval + 1) * interval; t <= end_; t += interval) {
+  for (int64_t t = (begin_ / interval + 1) * interval; t <= end_;
+       t += interval) {
     const double value = element(point, sample(point, index, t)).to_double();
     const double change = std::fabs(value - last);
-    if (logged && (change == 0 || (!isDiscrete(point) && change < point.deadband))) {
+    if (logged &&
+        (change == 0 || (!isDiscrete(point) && change < point.deadband))) {
       continue;
     }
     CEvent event = record(toolkit::EVENT_KIND_VALUE_CHANGE, path,
@@ -271,7 +286,8 @@ void HistoryMaker::sampleDelta(size_t index) {
   }
 }
 
-std::string HistoryMaker::stateName(const LoggedPoint& point, double value) const {
+std::string HistoryMaker::stateName(const LoggedPoint& point,
+                                    double value) const {
   if (point.type == PCD_TYPE_BOOL) {
     std::string list = point.possibleValues;
     if (CElement::split_string(list, ';').size() != 2) list = "false;true";
@@ -284,19 +300,20 @@ std::string HistoryMaker::stateName(const LoggedPoint& point, double value) cons
 void HistoryMaker::recordExcursion(const Excursion& excursion) {
   const LoggedPoint& point = points_[excursion.point];
   if (excursion.alarm) {
-    recordAlarm(excursion, excursion.active != nullptr ? excursion.active->number
-                                                       : nextClosedAlarm_++);
+    recordAlarm(excursion, excursion.active != nullptr
+                               ? excursion.active->number
+                               : nextClosedAlarm_++);
     return;
   }
   // A device reports its state changes as conditions, half of them with a
   // text of its own.
   const std::string path = point.node + "/Value";
   const bool described = uniform(0, 1) < 0.5;
-  CEvent into = record(toolkit::EVENT_KIND_DEVICE_CONDITION, path,
-                       element(point, excursion.value), excursion.start,
-                       described ? point.displayName + ": " +
-                                       stateName(point, excursion.value)
-                                 : "");
+  CEvent into = record(
+      toolkit::EVENT_KIND_DEVICE_CONDITION, path,
+      element(point, excursion.value), excursion.start,
+      described ? point.displayName + ": " + stateName(point, excursion.value)
+                : "");
   into.severity = uniform(0, 1) < 0.5 ? toolkit::EVENT_SEVERITY_CAUTIONARY
                                       : toolkit::EVENT_SEVERITY_CRITICAL;
   history_.events.push_back(into);
@@ -326,7 +343,8 @@ void HistoryMaker::recordAlarm(const Excursion& excursion, uint64_t number) {
   alarm.auto_closing = point.autoClosing;
   alarm.condition_present = true;
   history_.events.push_back(alarm);
-  const bool acknowledged = active != nullptr ? active->acknowledged : !point.autoClosing;
+  const bool acknowledged =
+      active != nullptr ? active->acknowledged : !point.autoClosing;
   if (acknowledged) {
     const int64_t at = excursion.start + someTime(5 * kMinute, 40 * kMinute);
     CEvent ack = record(toolkit::EVENT_KIND_ACKNOWLEDGE, path, alarm.value, at,
@@ -349,14 +367,15 @@ void HistoryMaker::recordAlarm(const Excursion& excursion, uint64_t number) {
 
 void HistoryMaker::addConditions() {
   if (points_.empty()) return;
-  const int64_t count = static_cast<int64_t>(settings_.conditionsPerDay) * settings_.days;
+  const int64_t count =
+      static_cast<int64_t>(settings_.conditionsPerDay) * settings_.days;
   for (int64_t n = 0; n < count; ++n) {
     const LoggedPoint& point = points_[pick(points_.size())];
     const int64_t t = someTime(begin_, end_);
     const size_t text = pick(std::size(kConditionTexts));
-    CEvent condition = record(toolkit::EVENT_KIND_DEVICE_CONDITION,
-                              point.node + "/Value", element(point, point.value),
-                              t, kConditionTexts[text]);
+    CEvent condition =
+        record(toolkit::EVENT_KIND_DEVICE_CONDITION, point.node + "/Value",
+               element(point, point.value), t, kConditionTexts[text]);
     // Severities 1 to 3, and now and then one a device names otherwise.
     const double pick = uniform(0, 1);
     condition.severity = pick < 0.6 ? 1 : pick < 0.85 ? 2 : pick < 0.97 ? 3 : 7;
@@ -370,10 +389,9 @@ void HistoryMaker::addConfigurationChanges() {
   for (int n = occurrences(7); n > 0; --n) {
     const size_t text = pick(std::size(kConfigurationTexts));
     const bool applied = uniform(0, 1) < 0.75;
-    history_.events.push_back(record(toolkit::EVENT_KIND_CONFIGURATION,
-                                     kConfigurationPath, CElement(applied),
-                                     someTime(begin_, end_),
-                                     kConfigurationTexts[text]));
+    history_.events.push_back(record(
+        toolkit::EVENT_KIND_CONFIGURATION, kConfigurationPath,
+        CElement(applied), someTime(begin_, end_), kConfigurationTexts[text]));
   }
   int32_t updates = 0;
   for (int n = occurrences(4); n > 0; --n) {
@@ -388,23 +406,25 @@ void HistoryMaker::addConfigurationChanges() {
 // devices changed their structure now and then.
 void HistoryMaker::addSystemRecords() {
   std::vector<int64_t> starts = {begin_ + 2 * kMinute};
-  for (int n = occurrences(1); n > 0; --n) starts.push_back(someTime(begin_ + kDay, end_));
+  for (int n = occurrences(1); n > 0; --n)
+    starts.push_back(someTime(begin_ + kDay, end_));
   for (int64_t t : starts) {
     history_.system.push_back(record(toolkit::EVENT_KIND_SYSTEM, "/",
-                                     CElement("started"), t, "Network card started"));
-    history_.system.push_back(record(
-        toolkit::EVENT_KIND_SYSTEM,
-        "/Software/Data Servers/BACnet WebServices/AppStatus/Value",
-        CElement("Running"), t + 20, "Web services started"));
+                                     CElement("started"), t,
+                                     "Network card started"));
+    history_.system.push_back(
+        record(toolkit::EVENT_KIND_SYSTEM,
+               "/Software/Data Servers/BACnet WebServices/AppStatus/Value",
+               CElement("Running"), t + 20, "Web services started"));
   }
   if (points_.empty()) return;
   for (int n = occurrences(3); n > 0; --n) {
     const LoggedPoint& point = points_[pick(points_.size())];
     const std::string device = point.node.substr(0, point.node.rfind('/'));
-    history_.system.push_back(record(toolkit::EVENT_KIND_STRUCTURE,
-                                     device + "/sDevChangeCount/Value",
-                                     CElement(static_cast<int32_t>(n)),
-                                     someTime(begin_, end_), "Device structure changed"));
+    history_.system.push_back(
+        record(toolkit::EVENT_KIND_STRUCTURE, device + "/sDevChangeCount/Value",
+               CElement(static_cast<int32_t>(n)), someTime(begin_, end_),
+               "Device structure changed"));
   }
 }
 

@@ -28,8 +28,8 @@
 namespace wsgated {
 
 struct HistorySettings {
-  int64_t endSeconds = 0;     // UNIX time at which the history ends
-  int days = 7;               // how far back it starts
+  int64_t endSeconds = 0;  // UNIX time at which the history ends
+  int days = 7;            // how far back it starts
   uint64_t seed = 1;
   int conditionsPerDay = 12;  // device conditions besides excursions
 };
