@@ -124,7 +124,7 @@ class HistoryMaker {
 };
 
 // Load of the site: low at night and at weekends, highest in the
-// afternoon; 0.55 to 1.1.
+// afternoon; about 0.5 to 1.05.
 double load(int64_t t) {
   const double hour = static_cast<double>(t % kDay) / kHour;
   const int weekday = static_cast<int>((t / kDay + 4) % 7);  // 0 Sunday
