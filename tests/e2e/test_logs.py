@@ -201,22 +201,24 @@ class LogsTest(StackTestCase):
     def test_missing_locked_and_foreign_logs(self):
         system = self.files["system"]
         shutil.move(system, system + ".away")
+        with open(system + ".away", "rb") as f:
+            log = f.read()
+        no_history = ("? 21 No History : Failed to open event log database")
+        no_data = ("? 22 No Data Available : Database retrieval failed with "
+                   "these params")
+        # A valid header over a truncated file, and a file whose record
+        # pages are overwritten: both open, neither can be read.
+        cases = [("missing", None, no_history),
+                 ("not SQLite", b"not a database\n", no_history),
+                 ("truncated", log[:8192], no_data),
+                 ("corrupt", log[:4096] + b"\xff" * (len(log) - 4096), no_data)]
         try:
-            self.assertEqual("? 21 No History : Failed to open event log "
-                             "database",
-                             self.call_log("getEventLog", rqst_type=1)[0])
-            with open(system, "w") as f:
-                f.write("not a database\n")
-            self.assertEqual("? 21 No History : Failed to open event log "
-                             "database",
-                             self.call_log("getEventLog", rqst_type=1)[0])
-            with open(system + ".away", "rb") as f:
-                head = f.read(8192)
-            with open(system, "wb") as f:
-                f.write(head)  # a valid header over a truncated file
-            self.assertEqual("? 22 No Data Available : Database retrieval "
-                             "failed with these params",
-                             self.call_log("getEventLog", rqst_type=1)[0])
+            for name, content, expected in cases:
+                if content is not None:
+                    with open(system, "wb") as f:
+                        f.write(content)
+                self.assertEqual(expected, self.call_log(
+                    "getEventLog", rqst_type=1)[0], name)
         finally:
             shutil.move(system + ".away", system)
 
