@@ -65,6 +65,18 @@ backfill_trends() (
   "$build_dir/card/trends/card-trends" --store "$store" \
     --trend-log "$WSGATED_TREND_LOG" --backfill-days 7
 )
+# A week of the sample device's logs, ending now, in the files the daemon
+# reads (deploy/paths.env): log-history samples the points the seed marks
+# as Delta-logged and adds events, alarms matching the store's alarm table
+# and configuration changes (docs/logs.md). Seed 1: every run alike.
+seed_history() {
+  step "writing a week of log history into $run_dir/data/logs"
+  (WSGATED_DATA_DIR=$run_dir/data . deploy/paths.env &&
+   mkdir -p "$WSGATED_LOG_DIR" &&
+   "$build_dir/tools/history/log-history" --store "$store" --replace \
+     --seed 1 --delta-log "$WSGATED_DELTA_LOG" \
+     --event-log "$WSGATED_EVENT_LOG" --system-log "$WSGATED_SYSTEM_LOG")
+}
 
 show_store() {
   step "the devices in the store"
@@ -174,6 +186,7 @@ build
 stop_previous
 create_store
 backfill_trends
+seed_history
 show_store
 serve
 write_example
