@@ -10,6 +10,7 @@ ever read, by the daemon or by nginx.
 
 import os
 import shutil
+import stat
 import subprocess
 import unittest
 
@@ -47,6 +48,9 @@ class WaveformCalls(StackTestCase):
                         cls.outside + ext)
         with open(os.path.join(cls.stack.dir, "secret.txt"), "w") as f:
             f.write(SECRET)
+        os.symlink(os.path.join(cls.stack.dir, "secret.txt"),
+                   os.path.join(cls.folder, "secret.hdr"))
+        os.mkfifo(os.path.join(cls.folder, "fifo.dat"))
 
     def place(self, name, data):
         path = os.path.join(self.folder, name)
@@ -75,19 +79,16 @@ class WaveformCalls(StackTestCase):
         for version in (12, 11):
             config = self.config(URL_PREFIX + FAULT, version=version,
                                  user="viewer")
-            self.assertEqual(
-                ["OK", "Plant", "Meter1", "IA", "2048", "320"],
-                [config.findtext(f) for f in (
-                    "result", "stationID", "deviceID", "triggerChannel",
-                    "numberSamples", "triggerIndex")])
+            self.assertEqual(["OK", "Meter1", "2048", "320"],
+                             [config.findtext(f) for f in (
+                                 "result", "deviceID", "numberSamples",
+                                 "triggerIndex")])
             self.assertEqual(["VA", "VB", "VC", "IA", "IB", "IC", "IN"],
                              [s.text for s in config.find("analogChannelNames")])
             data = self.data(TRIP, "IB", version=version, user="viewer")
-            self.assertEqual("OK", data.findtext("result"))
-            self.assertEqual("4000", data.findtext("samplingRate"))
-            values = [float(d.text) for d in data.findall("data")]
-            self.assertEqual(1600, len(values))
-            self.assertGreater(max(abs(v) for v in values), 8000)
+            self.assertEqual(("OK", "4000", 1600), (
+                data.findtext("result"), data.findtext("samplingRate"),
+                len(data.findall("data"))))
 
     def test_zeep_reads_both_operations(self):
         import requests
@@ -110,7 +111,6 @@ class WaveformCalls(StackTestCase):
         # 2026-11-19 06:41:52.5 UTC, the trip 80 ms later, in microseconds.
         self.assertEqual((1795070512500000, 1795070512580000),
                          (config.startTime, config.triggerTime))
-        self.assertAlmostEqual(0.0, data.data[0], delta=2.0)
 
     def test_the_public_samples_are_read_and_described_once_headed(self):
         for name in os.listdir(SHARED):
@@ -148,7 +148,6 @@ class WaveformCalls(StackTestCase):
             with self.subTest(channel):
                 self.assertEqual(NO_CHANNEL, self.data(FAULT, channel)
                                  .findtext("result"))
-        self.assertEqual([], self.data(FAULT, "ia").findall("data"))
 
     def test_escapes_from_the_folder_answer_33_and_read_nothing(self):
         os.symlink(self.outside + ".cfg",
@@ -174,18 +173,17 @@ class WaveformCalls(StackTestCase):
                 self.assertEqual(BAD_URL, answer.response.findtext("result"))
 
     def test_broken_and_hostile_record_files_answer_22(self):
+        with open(os.path.join(self.folder, FAULT + ".cfg")) as f:
+            config = f.read()
         with open(os.path.join(self.folder, FAULT + ".dat"), "rb") as f:
             self.place("short.dat", f.read()[:-1])
+        for name in ("short", "device"):
+            self.place(name + ".cfg", config)
         os.mkfifo(os.path.join(self.folder, "fifo.cfg"))
         os.mknod(os.path.join(self.folder, "device.dat"),
-                 0o600 | 0o020000, os.makedev(1, 5))  # like /dev/zero
+                 0o600 | stat.S_IFCHR, os.makedev(1, 5))  # /dev/zero's
         for name in ("fifo.cfg", "device.dat"):
             self.addCleanup(os.remove, os.path.join(self.folder, name))
-        for name in ("short", "device"):
-            shutil.copy(os.path.join(self.folder, FAULT + ".cfg"),
-                        os.path.join(self.folder, name + ".cfg"))
-            self.addCleanup(os.remove, os.path.join(self.folder,
-                                                    name + ".cfg"))
         for url in ("short", "fifo", "device"):
             with self.subTest(url):
                 self.assertEqual(NO_DATA, self.data(url, "IA")
@@ -193,22 +191,7 @@ class WaveformCalls(StackTestCase):
                 self.assertEqual(NO_DATA, self.config(url).findtext("result"))
         self.assertServedNormally()
 
-
-class WaveformDownload(StackTestCase):
-    """nginx serves the folder read-only, listed, to every user it knows."""
-
-    @classmethod
-    def setUpClass(cls):
-        super().setUpClass()
-        cls.folder = cls.stack.paths["WSGATED_WAVEFORM_DIR"]
-        subprocess.run([os.environ["WAVECTL_BIN"], "demo", cls.folder],
-                       check=True, capture_output=True)
-        with open(os.path.join(cls.stack.dir, "secret.txt"), "w") as f:
-            f.write(SECRET)
-        os.symlink(os.path.join(cls.stack.dir, "secret.txt"),
-                   os.path.join(cls.folder, "secret.hdr"))
-        os.mkfifo(os.path.join(cls.folder, "fifo.dat"))
-
+    # -- nginx's download of the same folder, to every user it knows --
     def get(self, path, **kwargs):
         return self.stack.request("GET", "/wsgated/waveforms/" + path,
                                   **kwargs)
