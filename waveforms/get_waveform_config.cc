@@ -20,8 +20,8 @@ namespace {
 
 // Step two: the configuration's fields, after the header's.
 void describeConfiguration(const ServiceOptions& options,
-                           const ComtradeHandle& handle,
-                           WaveformConfig& config, std::string& result) {
+                           const ComtradeHandle& handle, WaveformConfig& config,
+                           std::string& result) {
   toolkit::CWaveConfigData data;
   if (!comtrade_has_config(handle.get()) || data.fillData(handle.get()) != 0) {
     logInfo(kLogErrors, "Failed to parse COMTRADE config at %s",
@@ -54,7 +54,8 @@ void describeWaveform(ServiceContext* context, const ServiceOptions& options,
   // The header comes first: a record whose header is missing is not
   // described at all, although its samples can still be read.
   toolkit::CWaveHeaderData header;
-  if (!comtrade_has_header(handle.get()) || header.fillData(handle.get()) != 0) {
+  if (!comtrade_has_header(handle.get()) ||
+      header.fillData(handle.get()) != 0) {
     logInfo(kLogErrors, "Failed to parse COMTRADE header at %s",
             handle.path.c_str());
     setBnwsError(kBnwsNoDataAvailable, "Failed to parse COMTRADE header",

@@ -60,7 +60,8 @@ void readWaveformSamples(ServiceContext* context, const ServiceOptions& options,
   ComtradeHandle handle;
   if (!openWaveformRecord(context, options, url, handle, result)) return;
   toolkit::CWaveConfigData config;
-  if (!comtrade_has_config(handle.get()) || config.fillData(handle.get()) != 0) {
+  if (!comtrade_has_config(handle.get()) ||
+      config.fillData(handle.get()) != 0) {
     logInfo(kLogErrors, "Failed to parse COMTRADE configuration at %s",
             handle.path.c_str());
     setBnwsError(kBnwsNoDataAvailable, "Failed to parse COMTRADE config",
@@ -96,10 +97,9 @@ int __nsqv__getWaveformData(struct soap* soap,
   wsgated::parseServiceOptions(
       context, fields != nullptr ? fields->options : nullptr, options);
   wsgated::WaveformSamples samples;
-  wsgated::readWaveformSamples(context, options,
-                               fields != nullptr ? fields->url : nullptr,
-                               fields != nullptr ? fields->channel : nullptr,
-                               samples, response.result);
+  wsgated::readWaveformSamples(
+      context, options, fields != nullptr ? fields->url : nullptr,
+      fields != nullptr ? fields->channel : nullptr, samples, response.result);
   response.samplingRate = samples.samplingRate;
   response.startTime = samples.startTime;
   response.triggerTime = samples.triggerTime;

@@ -51,20 +51,20 @@ TEST_F(WaveRecordsTest, TheRecordsShowWhatTheirHeadersSay) {
     size_t from, to;   // samples
     double low, high;  // the peak's bounds
   } cases[] = {
-      {kFault, "VA", 0, 320, 320, 330},     // 230 V before the fault,
-      {kFault, "VA", 330, 630, 118, 128},   // 38 % during it
-      {kFault, "VB", 330, 630, 339, 350},   // a sound phase swells
-      {kFault, "IA", 0, 320, 16, 18},       // the 12 A load,
-      {kFault, "IA", 330, 630, 4000, 6000}, // kA with DC offset,
-      {kFault, "IA", 800, 1600, 16, 18},    // the load again once cleared
-      {kFault, "IB", 330, 630, 16, 18},     // a sound phase's current
-      {kFault, "IN", 0, 320, 0, 1},         // balanced before the fault
-      {kTrip, "IB", 240, 380, 8000, 20000}, // the fault until contacts part
-      {kTrip, "IA", 0, 240, 550, 650},      // the load before,
-      {kTrip, "IA", 430, 1600, 0, 3},       // nothing half a cycle
-      {kTrip, "IB", 430, 1600, 0, 3},       // after the contacts
-      {kTrip, "IC", 430, 1600, 0, 3},       // parted
-      {kTrip, "VB", 1000, 1600, 320, 330},  // the bus voltage stays
+      {kFault, "VA", 0, 320, 320, 330},      // 230 V before the fault,
+      {kFault, "VA", 330, 630, 118, 128},    // 38 % during it
+      {kFault, "VB", 330, 630, 339, 350},    // a sound phase swells
+      {kFault, "IA", 0, 320, 16, 18},        // the 12 A load,
+      {kFault, "IA", 330, 630, 4000, 6000},  // kA with DC offset,
+      {kFault, "IA", 800, 1600, 16, 18},     // the load again once cleared
+      {kFault, "IB", 330, 630, 16, 18},      // a sound phase's current
+      {kFault, "IN", 0, 320, 0, 1},          // balanced before the fault
+      {kTrip, "IB", 240, 380, 8000, 20000},  // the fault until contacts part
+      {kTrip, "IA", 0, 240, 550, 650},       // the load before,
+      {kTrip, "IA", 430, 1600, 0, 3},        // nothing half a cycle
+      {kTrip, "IB", 430, 1600, 0, 3},        // after the contacts
+      {kTrip, "IC", 430, 1600, 0, 3},        // parted
+      {kTrip, "VB", 1000, 1600, 320, 330},   // the bus voltage stays
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(std::string(c.record) + " " + c.channel);

@@ -45,7 +45,8 @@ class WaveformOperationsTest : public ServiceTest {
 };
 
 TEST_F(WaveformOperationsTest, DescribesARecordFromHeaderAndConfiguration) {
-  const std::string url = std::string("http://card/wsgated/waveforms/") + kFault;
+  const std::string url =
+      std::string("http://card/wsgated/waveforms/") + kFault;
   WaveformConfig config;
   std::string result;
   describeWaveform(ctx_.get(), options_, &url, config, result);
@@ -60,8 +61,9 @@ TEST_F(WaveformOperationsTest, DescribesARecordFromHeaderAndConfiguration) {
   EXPECT_EQ(kFaultStart, config.startTime);
   EXPECT_EQ(kFaultStart + 100000, config.triggerTime);
   EXPECT_EQ(320, config.triggerIndex);
-  EXPECT_EQ((std::vector<std::string>{"VA", "VB", "VC", "IA", "IB", "IC", "IN"}),
-            config.analogChannelNames);
+  EXPECT_EQ(
+      (std::vector<std::string>{"VA", "VB", "VC", "IA", "IB", "IC", "IN"}),
+      config.analogChannelNames);
   EXPECT_EQ((std::vector<std::string>{"VA sag", "IA overcurrent"}),
             config.digitalChannelNames);
   EXPECT_TRUE(LogHas("COMTRADE waveform fetched from " + url));
@@ -76,7 +78,8 @@ TEST_F(WaveformOperationsTest, EachOperationTakesItsOwnTriggerIndex) {
   std::string configResult, dataResult;
   const std::string channel = "IA";
   describeWaveform(ctx_.get(), options_, &url, config, configResult);
-  readWaveformSamples(ctx_.get(), options_, &url, &channel, samples, dataResult);
+  readWaveformSamples(ctx_.get(), options_, &url, &channel, samples,
+                      dataResult);
   EXPECT_EQ("OK", configResult);
   EXPECT_EQ(7, config.triggerIndex);  // the header's
   EXPECT_EQ("OK", dataResult);
@@ -91,7 +94,8 @@ TEST_F(WaveformOperationsTest, FailuresAnswerTheirErrorAndLogLine) {
   Copy("header-only", {".cfg", ".dat"});
   Copy("no-data", {".dat"});
   Copy("truncated", {});
-  fs::resize_file(Wave("truncated.dat"), fs::file_size(Wave("truncated.dat")) - 1);
+  fs::resize_file(Wave("truncated.dat"),
+                  fs::file_size(Wave("truncated.dat")) - 1);
   const std::string at = " at " + fs::canonical(ctx_->waveFolder).string();
   const char kUrl[] = "? 33 Argument Invalid/Not Supported : Cannot parse URL";
   const char kChannel[] =

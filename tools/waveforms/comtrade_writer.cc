@@ -116,11 +116,13 @@ bool writeComtradeRecord(const std::string& base, const RecordToWrite& record,
   if (!consistent(record, samples, error)) return false;
   std::vector<double> scales;
   for (const AnalogTrace& a : record.analog) scales.push_back(scaleOf(a));
-  if (!writeFile(base + ".cfg", configuration(record, samples, scales), error) ||
+  if (!writeFile(base + ".cfg", configuration(record, samples, scales),
+                 error) ||
       !writeFile(base + ".dat", binaryData(record, samples, scales), error)) {
     return false;
   }
-  return record.header.empty() || writeFile(base + ".hdr", record.header, error);
+  return record.header.empty() ||
+         writeFile(base + ".hdr", record.header, error);
 }
 
 }  // namespace wsgated

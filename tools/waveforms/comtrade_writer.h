@@ -19,9 +19,9 @@
 namespace wsgated {
 
 struct AnalogTrace {
-  std::string name;   // ch_id: what clients ask getWaveformData for
-  std::string phase;  // "A", "B", "C", "N" or ""
-  std::string units;  // "V", "A"
+  std::string name;            // ch_id: what clients ask getWaveformData for
+  std::string phase;           // "A", "B", "C", "N" or ""
+  std::string units;           // "V", "A"
   std::vector<double> values;  // primary values, one per sample
 };
 

@@ -53,8 +53,8 @@ timeval at(long seconds, long micros) {
 }
 
 timeval after(const timeval& start, double seconds) {
-  const long long micros = static_cast<long long>(start.tv_usec) +
-                           std::llround(seconds * 1e6);
+  const long long micros =
+      static_cast<long long>(start.tv_usec) + std::llround(seconds * 1e6);
   return at(start.tv_sec + static_cast<long>(micros / 1000000),
             static_cast<long>(micros % 1000000));
 }
@@ -104,9 +104,9 @@ DemoRecord meterFault() {
     double sum = 0.0;
     for (int p = 0; p < 3; ++p) {
       const double depth = !faulted ? 1.0 : (p == 0 ? 0.38 : 1.06);
-      r.analog[p].values.push_back(
-          depth * kPhaseVoltagePeak * std::sin(kOmega * t + kShift[p]) +
-          0.4 * noise.next());
+      r.analog[p].values.push_back(depth * kPhaseVoltagePeak *
+                                       std::sin(kOmega * t + kShift[p]) +
+                                   0.4 * noise.next());
       const double i = loadPeak * std::sin(kOmega * t + kShift[p] - loadLag) +
                        (p == 0 ? fault : 0.0) + 0.05 * noise.next();
       r.analog[3 + p].values.push_back(i);
@@ -155,10 +155,9 @@ DemoRecord breakerTrip() {
       if (open[p]) i = 0.0;
       i += 0.5 * noise.next();
       const bool sagging = p == 1 && t >= faultAt && !open[1];
-      r.analog[p].values.push_back(
-          (sagging ? 0.55 : 1.0) * kPhaseVoltagePeak *
-              std::sin(kOmega * t + kShift[p]) +
-          0.4 * noise.next());
+      r.analog[p].values.push_back((sagging ? 0.55 : 1.0) * kPhaseVoltagePeak *
+                                       std::sin(kOmega * t + kShift[p]) +
+                                   0.4 * noise.next());
       r.analog[3 + p].values.push_back(i);
       sum += i;
     }

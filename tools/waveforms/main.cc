@@ -63,8 +63,8 @@ int chart(int argc, char** argv) {
     } else if (option == "--title") {
       layout.title = argv[i + 1];
     } else if (option == "--width" || option == "--height") {
-      if (!pixels(argv[i + 1], option == "--width" ? layout.width
-                                                   : layout.height))
+      if (!pixels(argv[i + 1],
+                  option == "--width" ? layout.width : layout.height))
         return usage("a size is a number of pixels from 200 to 20000");
     } else {
       return usage(("unknown option " + option).c_str());

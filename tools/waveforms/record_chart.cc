@@ -69,8 +69,8 @@ bool chartRecord(const std::string& path,
   if (layout.title.empty()) layout.title = titleOf(handle.get(), config);
   layout.xAxis = ChartAxis::kNumber;
   if (layout.xLabel.empty())
-    layout.xLabel = config.samplingRate > 0.0 ? "seconds after the first sample"
-                                              : "sample";
+    layout.xLabel =
+        config.samplingRate > 0.0 ? "seconds after the first sample" : "sample";
   svg = drawChart(layout, series);
   return true;
 }
