@@ -18,7 +18,7 @@ namespace wsgated {
 
 namespace {
 
-// Step two: the configuration's fields, after the header's.
+// The configuration's fields, which come after the header's.
 void describeConfiguration(const ServiceOptions& options,
                            const ComtradeHandle& handle, WaveformConfig& config,
                            std::string& result) {

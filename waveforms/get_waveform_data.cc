@@ -26,7 +26,7 @@ bool hasAnalogChannel(const toolkit::CWaveConfigData& config,
   return false;
 }
 
-// Steps three and four: the channel's samples, widened, or an error.
+// The channel's samples widened to double, or an error result.
 bool readChannel(const ServiceOptions& options, const ComtradeHandle& handle,
                  const std::string& channel, int64_t count,
                  std::vector<double>& data, std::string& result) {
