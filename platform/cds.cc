@@ -100,6 +100,28 @@ api_status_t read_stored(pcd_connection* c, const CPath& path,
   return status == API_STATUS_OK ? API_STATUS_NO_ATTRIBUTE : status;
 }
 
+// The writer of a stored leaf; a miss asks whether the node exists.
+api_status_t read_writer(pcd_connection* c, const CPath& path,
+                         std::string& writer) {
+  writer.clear();
+  {
+    StmtScope s(c, store::kStmtReadWriter);
+    if (!s.ok()) return s.error();
+    s.bind(1, path.getNodePath());
+    s.bind(2, path.getPathAttribute());
+    const int rc = s.step();
+    if (rc == SQLITE_ROW) {
+      const unsigned char* text = sqlite3_column_text(s.get(), 0);
+      if (text != nullptr) writer = reinterpret_cast<const char*>(text);
+      return API_STATUS_OK;
+    }
+    if (rc != SQLITE_DONE) return store::status_from_sqlite(rc);
+  }
+  long long id = 0;
+  const api_status_t status = find_node(c, path.getNodePath(), &id, nullptr);
+  return status == API_STATUS_OK ? API_STATUS_NO_ATTRIBUTE : status;
+}
+
 // The texts of a bound one-column query joined with ";" (Children,
 // Attributes).
 api_status_t join_names(StmtScope& s, std::string& out) {
@@ -526,6 +548,17 @@ int CCds::get_leaf(const std::string& path, api_status_t& status,
     clear_element(element, property);
     if (handle == nullptr) return API_STATUS_NOT_OPEN;
     return read_path(handle, path, element, property);
+  });
+}
+
+int CCds::get_leaf_writer(const std::string& path, api_status_t& status,
+                          std::string& writer) {
+  return run_call(handle, status, [&] {
+    writer.clear();
+    if (handle == nullptr) return API_STATUS_NOT_OPEN;
+    CPath parsed;
+    if (!parse(parsed, path)) return API_STATUS_BAD_PATH;
+    return read_writer(handle, parsed, writer);
   });
 }
 

@@ -316,6 +316,58 @@ TEST_F(CdsStoreTest, GroupCommitsOrDiscardsEverything) {
   EXPECT_NE(0, pcd_commit(cds_->handle));
 }
 
+// CCdsGroup: all or nothing for its lifetime, and a member of an
+// enclosing group leaves the decision to that group.
+TEST_F(CdsStoreTest, GroupObjectRollsBackUnlessCommitted) {
+  {
+    toolkit::CCdsGroup group(*cds_);
+    AddNode("/G");
+  }
+  EXPECT_FALSE(Exists("/G"));
+  ASSERT_EQ(0, pcd_begin(cds_->handle));
+  {
+    toolkit::CCdsGroup inner(*cds_);
+    AddNode("/G");
+    EXPECT_EQ(0, inner.Commit());
+  }
+  ASSERT_EQ(0, pcd_rollback(cds_->handle));
+  EXPECT_FALSE(Exists("/G"));
+  {
+    toolkit::CCdsGroup group(*cds_);
+    AddNode("/G");
+    EXPECT_EQ(0, group.Commit());
+  }
+  EXPECT_TRUE(Exists("/G"));
+}
+
+// Every stored leaf keeps the source of its last write; computed
+// attributes have none.
+TEST_F(CdsStoreTest, LeafWriterIsTheLastWritersSource) {
+  AddNode("/W");
+  Set("/W/Value", CElement(1));
+  api_status_t status;
+  std::string writer;
+  ASSERT_EQ(0, cds_->get_leaf_writer("/W/Value", status, writer));
+  EXPECT_EQ(API_STATUS_OK, status);
+  EXPECT_EQ("test", writer);
+  ASSERT_EQ(0, cds_->increment_leaf("/W/Value", 1, status, nullptr,
+                                    "Web-Services:bob@::1"));
+  cds_->get_leaf_writer("/W", status, writer);
+  EXPECT_EQ("Web-Services:bob@::1", writer);
+  const struct {
+    const char* path;
+    api_status_t status;
+  } misses[] = {{"/W:Children", API_STATUS_NO_ATTRIBUTE},
+                {"/W/Units", API_STATUS_NO_ATTRIBUTE},
+                {"/Nope/Value", API_STATUS_NO_NODE},
+                {"W/Value", API_STATUS_BAD_PATH}};
+  for (const auto& miss : misses) {
+    cds_->get_leaf_writer(miss.path, status, writer);
+    EXPECT_EQ(miss.status, status) << miss.path;
+    EXPECT_EQ("", writer) << miss.path;
+  }
+}
+
 TEST_F(CdsStoreTest, SnapshotReadsOneStateAndRefusesWrites) {
   auto other = store_.Open();
   AddNode("/S");

@@ -208,6 +208,22 @@ int CmdGet(const Invocation& invocation) {
   return rc;
 }
 
+int CmdWriter(const Invocation& invocation) {
+  std::string error;
+  if (!NoUnknownOptions(invocation.args, &error)) return UsageError(error);
+  if (invocation.args.size() != 1) return UsageError("writer needs one path");
+  std::unique_ptr<toolkit::CCds> cds = OpenStore(invocation);
+  if (!cds) return kExitNoStore;
+  api_status_t status = API_STATUS_UNKNOWN;
+  std::string writer;
+  cds->get_leaf_writer(invocation.args[0], status, writer);
+  if (status != API_STATUS_OK) {
+    return Failed("writer " + invocation.args[0], status);
+  }
+  std::cout << writer << "\n";
+  return kExitOk;
+}
+
 int CmdSet(const Invocation& invocation) {
   std::vector<std::string> args = invocation.args;
   std::string error, type_name, time_text;
