@@ -79,6 +79,12 @@ class CCds {
   int set_leaf(const std::string& path, const CElement& element,
                api_status_t& status, pcd_tribool_t persist,
                const std::string& source);
+  // The same with `options` (pcd_write_option_t): only the writers that
+  // need them name them (the device command queue), so that every other
+  // write keeps refusing a missing node.
+  int set_leaf(const std::string& path, const CElement& element,
+               api_status_t& status, pcd_tribool_t persist,
+               const std::string& source, unsigned options);
 
   // Write many leaves in one transaction, all or nothing: when any leaf
   // fails, nothing is written, the failing leaves get their status and the
@@ -97,6 +103,18 @@ class CCds {
   int increment_leaf(const std::string& path, int32_t delta,
                      api_status_t& status, int32_t* new_value,
                      const std::string& source);
+
+  // Take a number from a counter leaf: read its value, write it back plus
+  // one and give the value read in `taken`, all in one transaction, so
+  // that processes sharing the counter never take the same number. The
+  // value is read as a number as CElement::to_int reads it. The new value
+  // is stored as `type` (PCD_TYPE_UINT or PCD_TYPE_INT; PCD_TYPE_NONE keeps
+  // the leaf's type, Integer when it is not a number type) with
+  // `persist`. A leaf that cannot be read (NO_NODE, NO_ATTRIBUTE,
+  // NOT_TYPED, BAD_PATH) is left as it is, and `taken` is untouched.
+  int fetch_increment_leaf(const std::string& path, api_status_t& status,
+                           int32_t& taken, data_type_t type,
+                           pcd_tribool_t persist, const std::string& source);
 
   // Create a node, and any missing ancestors. An existing node gives
   // API_STATUS_EXISTS and is left as it is.

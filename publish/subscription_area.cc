@@ -71,14 +71,6 @@ bool formatAreaPath(std::string& path, const char* format, ...) {
   return length >= 0 && static_cast<size_t>(length) < sizeof buffer;
 }
 
-// True when `path` parses as exactly the node it spells: not an attribute
-// of its parent ("/RTNodes/Value"), not shortened by normalising.
-bool namesItsNode(const std::string& path) {
-  toolkit::CPath parsed(path);
-  return parsed.normalize() == 0 && !parsed.hasExplicitAttribute() &&
-         parsed.getNodePath() == path;
-}
-
 // The real-time node of point `pointPath`: "<subscription>/RTNodes/<name>".
 // False when the point has no node name (a path that is not absolute) or
 // its node path does not fit.
@@ -88,7 +80,7 @@ bool realTimeNodePath(const std::string& subscription,
   if (name.empty()) return false;
   if (formatAreaPath(path, "%s%s/%s", subscription.c_str(), "/RTNodes",
                      name.c_str()) &&
-      namesItsNode(path)) {
+      toolkit::CPath::IsNodePath(path)) {
     return true;
   }
   logInfo(kLogErrors, "Register_realTimeNodes: no room for %s below %s",
@@ -181,7 +173,7 @@ const toolkit::tagnval kRealTimeNodeTemplate[3] = {
 bool subscriptionPath(const std::string& id, std::string& path) {
   if (!id.empty() && id.find('/') == std::string::npos &&
       formatAreaPath(path, "%s/%s", kSubscriptionsNode, id.c_str()) &&
-      namesItsNode(path)) {
+      toolkit::CPath::IsNodePath(path)) {
     return true;
   }
   path.clear();

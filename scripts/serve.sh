@@ -77,12 +77,16 @@ daemon_paths+=" -a $(quote_word "$WSGATED_EVENT_LOG")"
 daemon_paths+=" -s $(quote_word "$WSGATED_SYSTEM_LOG")"
 daemon_paths+=" -t $(quote_word "$WSGATED_TREND_LOG")"
 daemon_paths+=" -w $(quote_word "$WSGATED_WAVEFORM_DIR")"
+# The meter's command handler (docs/commands.md), supervised like the daemon.
+commands_program="commands=$(quote_word "$build_dir/card/commands/card-commands")"
+commands_program+=" -D 2 --device /Devices/Meter1"
 # Its own session: a terminal's hang-up must not stop the demo. Its log is
 # supervisor.log; supervisor.out takes what it and the daemon write on
 # standard error (an exec that failed, a second daemon refused).
 setsid "$build_dir/card/supervisor/wsgated-supervisor" --store "$store" \
   --log-file "$run_dir/supervisor.log" -D 2 --pid-file "$pid_file" \
   --program "wsgated=$(quote_word "$build_dir/host/wsgated") -D 2 $daemon_paths" \
+  --program "$commands_program" \
   < /dev/null > "$run_dir/supervisor.out" 2>&1 &
 
 # The daemon records its pid with its watchdog registration; the socket

@@ -196,12 +196,6 @@ class SwInfoTest : public testing_store::StoreTest {
   std::string Sub(const std::string& leaf) {
     return std::string(kSubs) + "/sub1" + leaf;
   }
-  std::string Writer(const std::string& path) {
-    api_status_t status;
-    std::string writer;
-    cds_->get_leaf_writer(path, status, writer);
-    return writer;
-  }
 };
 
 TEST_F(SwInfoTest, BindCreatesTheStatusPoints) {
@@ -235,32 +229,6 @@ TEST_F(SwInfoTest, UnboundObjectRefusesWritesAndConstructorWritesNothing) {
   EXPECT_NE(0, info.bind(nullptr, kServer));
   CCds_SwInfo constructed(cds_.get(), Sub(""));
   EXPECT_FALSE(Exists(Sub("")));
-}
-
-// A program filling nodes for someone writes them as that someone; without
-// a source the writes are the platform's own.
-TEST_F(SwInfoTest, WritesCarryTheSourceTheCallerGives) {
-  const std::string alice = "Web-Services:alice@10.0.0.7";
-  const std::string bob = "Web-Services:bob@::1";
-  CCds_SwInfo info(cds_.get(), Sub(""));
-  ASSERT_EQ(0, info.FillSwInfoNode(&kSubscriptionTemplate[0], alice));
-  ASSERT_EQ(0, info.FillSwInfoNode(&kSubscriptionTemplate[1]));
-  ASSERT_EQ(0, info.FillSwInfoNode(&kSubscriptionTemplate[2]));
-  ASSERT_EQ(0, info.SetIntValue(Sub(""), "/LeaseDuration", 7, alice));
-  ASSERT_EQ(alice, Writer(Sub("/LeaseDuration/Value")));
-  ASSERT_EQ(0, info.UpdateIntValue(Sub(""), "/LeaseDuration", 1, nullptr,
-                                   bob));
-  const struct {
-    const char* leaf;
-    std::string writer;
-  } cases[] = {{"/ReplyURI/Value", alice},
-               {"/ReplyURI/NodeType", alice},
-               {"/LeaseDuration/Units", toolkit::kSwInfoSource},
-               {"/LeaseDuration/Value", bob},
-               {"/LogSinceTime/Value", toolkit::kSwInfoSource}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(c.writer, Writer(Sub(c.leaf))) << c.leaf;
-  }
 }
 
 TEST_F(SwInfoTest, TemplatesWriteTypedLeaves) {

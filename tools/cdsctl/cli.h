@@ -89,6 +89,7 @@ int CmdExport(const Invocation& invocation);
 int CmdShow(const Invocation& invocation);
 int CmdGet(const Invocation& invocation);
 int CmdWriter(const Invocation& invocation);
+int CmdTake(const Invocation& invocation);
 int CmdSet(const Invocation& invocation);
 int CmdAdd(const Invocation& invocation);
 int CmdRemove(const Invocation& invocation);

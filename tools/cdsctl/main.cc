@@ -26,6 +26,8 @@ const char kUsage[] =
     "  show [PATH] [--depth N]        nodes with their attributes\n"
     "  get PATH...                    read leaves (one path: the value only)\n"
     "  writer PATH                    the change source that last wrote a leaf\n"
+    "  take PATH [--count N]          take N numbers from a counter leaf (each\n"
+    "                                 read and incremented in one transaction)\n"
     "  set PATH VALUE [--type T] [--persist] [--time TIME]\n"
     "                                 write a leaf; the text is converted to\n"
     "                                 the leaf's type, or to T; stamped TIME\n"
@@ -66,7 +68,7 @@ const Command kCommands[] = {
     {"create", CmdCreate},       {"load", CmdLoad},
     {"export", CmdExport},       {"show", CmdShow},
     {"get", CmdGet},             {"writer", CmdWriter},
-    {"set", CmdSet},
+    {"take", CmdTake},           {"set", CmdSet},
     {"add", CmdAdd},             {"remove", CmdRemove},
     {"clear", CmdClear},         {"users", CmdUsers},
     {"user", CmdUser},           {"anonymous", CmdAnonymous},
