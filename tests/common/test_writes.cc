@@ -9,6 +9,7 @@
 
 #include "common/service_options.h"
 #include "common/write_path.h"
+#include "platform/attributes.h"
 #include "platform/element.h"
 #include "platform/qrxtime.h"
 #include "tests/common/write_fixture.h"
@@ -384,6 +385,23 @@ TEST_F(WriteTest, BothWritesConvertTheSameTextAlike) {
   // Failures are logged like writes, with the result.
   EXPECT_TRUE(LogHas("Wrote ? 12 Bad Value Format : Could not transform 12x "
                      "to /Devices/M/Count/Value"));
+}
+
+// The fixed types come from the attribute table; these are the pairs
+// (type, code) the device's writers rely on, 7 being "the node Value's".
+TEST(FixedAttributeTypes, ComeFromTheAttributeTable) {
+  const std::vector<std::pair<int, int>> fixed = {
+      {1, 17}, {7, 11}, {7, 12}, {7, 13}, {3, 15}, {1, 10}, {1, 21},
+      {1, 20}, {1, 22}, {7, 50}, {1, 39}, {1, 53}, {1, 49}, {7, 28},
+      {7, 29}, {7, 30}, {7, 40}, {7, 41}, {7, 42}, {7, 43}, {7, 44},
+      {3, 55}, {3, 56}, {3, 54}, {3, 31}};
+  for (int code = -1; code <= PCD_ATTR_COUNT; ++code) {
+    int expected = PCD_TYPE_NONE;
+    for (const auto& pair : fixed) {
+      if (pair.second == code) expected = pair.first;
+    }
+    EXPECT_EQ(expected, fixedAttributeType(code)) << "code " << code;
+  }
 }
 
 }  // namespace
