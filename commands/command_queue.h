@@ -23,8 +23,10 @@ namespace wsgated {
 
 struct ServiceContext;
 
-extern const char* const kCommandsNode;       // "/Software/Commands"
-extern const char* const kNextCommandIdLeaf;  // kCommandsNode + "/nextCommandID/Value"
+// "/Software/Commands", and the counter's leaf below it
+// ("/Software/Commands/nextCommandID/Value").
+extern const char* const kCommandsNode;
+extern const char* const kNextCommandIdLeaf;
 
 // "/Software/Commands/<N>" for the device at `devPath` ("" gives
 // "/Software/Commands/", which no device's area is).

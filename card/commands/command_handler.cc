@@ -155,8 +155,8 @@ bool readHarmonics(toolkit::CCds& store, const std::string& node,
     std::vector<api_status_t> statuses;
     std::vector<toolkit::CElement> values;
     std::vector<element_property_t> properties;
-    if (store.get_leaves({child + "/Frequency/Value", child + "/Magnitude/Value",
-                          child + "/Phase/Value"},
+    if (store.get_leaves({child + "/Frequency/Value",
+                          child + "/Magnitude/Value", child + "/Phase/Value"},
                          statuses, values, properties) != 0 ||
         std::count(statuses.begin(), statuses.end(), API_STATUS_OK) != 3) {
       continue;
@@ -192,7 +192,8 @@ bool CommandHandler::configure(const std::vector<std::string>& args,
     for (const SecondsOption& option : kSeconds) {
       if (match != OptionMatch::kOther) break;
       match = matchOption(args, &i, option.name, &value);
-      if (match == OptionMatch::kValue && !parseSeconds(value, &(this->*option.field))) {
+      if (match == OptionMatch::kValue &&
+          !parseSeconds(value, &(this->*option.field))) {
         *error = std::string(option.name) + " takes seconds above 0, not \"" +
                  value + "\"";
         return false;
