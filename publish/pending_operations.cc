@@ -7,31 +7,6 @@
 #include "contract/operation.h"
 #include "soapH.h"
 
-int __nsc1__createSubscription(struct soap* soap,
-                               struct _nsc1__createSubscription*,
-                               struct _nsc1__createSubscriptionResponse&) {
-  return wsgated::operationNotAvailable(soap, "createSubscription");
-}
-
-int __nsc1__updateSubscriptionRealTimeNodes(
-    struct soap* soap, struct _nsc1__updateSubscriptionRealTimeNodes*,
-    struct _nsc1__updateSubscriptionRealTimeNodesResponse&) {
-  return wsgated::operationNotAvailable(soap,
-                                        "updateSubscriptionRealTimeNodes");
-}
-
-int __nsc1__cancelSubscription(struct soap* soap,
-                               struct _nsc1__cancelSubscription*,
-                               struct _nsc1__cancelSubscriptionResponse&) {
-  return wsgated::operationNotAvailable(soap, "cancelSubscription");
-}
-
-int __nst1__getSubscribedNodes(struct soap* soap,
-                               struct _nst1__getSubscribedNodes*,
-                               struct _nst1__getSubscribedNodesResponse&) {
-  return wsgated::operationNotAvailable(soap, "getSubscribedNodes");
-}
-
 int __nsc1__acknowledgeAlarm(struct soap* soap, struct _nsc1__acknowledgeAlarm*,
                              struct _nsc1__acknowledgeAlarmResponse&) {
   return wsgated::operationNotAvailable(soap, "acknowledgeAlarm");

@@ -88,6 +88,8 @@ companions=()
 # The trend recorder: samples the trended points into the trend log
 # (WSGATED_TREND_SAMPLE_S seconds apart, default 5); its log is trends.log.
 companions+=(--program "trends=$(quote_word "$build_dir/card/trends/card-trends") -D 2 --log-file $(quote_word "$run_dir/trends.log") --trend-log $(quote_word "$WSGATED_TREND_LOG") --sample-seconds ${WSGATED_TREND_SAMPLE_S:-5}")
+# The meter's command handler (docs/commands.md); its log is commands.log.
+companions+=(--program "commands=$(quote_word "$build_dir/card/commands/card-commands") -D 2 --log-file $(quote_word "$run_dir/commands.log") --device /Devices/Meter1")
 # Its own session: a terminal's hang-up must not stop the demo. Its log is
 # supervisor.log; supervisor.out takes what it and the daemon write on
 # standard error (an exec that failed, a second daemon refused).
