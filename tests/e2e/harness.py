@@ -191,13 +191,41 @@ class Stack:
                     ["openssl", "passwd", "-apr1", password], check=True,
                     capture_output=True, text=True).stdout.strip()
                 f.write("%s:%s\n" % (user_name, hashed))
-        subprocess.run(["nginx", "-p", self.prefix, "-c",
-                        os.path.join(self.prefix, "nginx.conf")],
-                       check=True, capture_output=True)
+        self.run_nginx()
         pid_file = os.path.join(self.prefix, "nginx.pid")
         wait_until(lambda: os.path.exists(pid_file), "nginx pid file")
         with open(pid_file) as f:
             self.nginx_pid = int(f.read().strip())
+
+    def run_nginx(self):
+        """Starts nginx on the rendered configuration. Our ports were free
+        when chosen, but a test running beside us may take one before nginx
+        binds it: then new ports are chosen and nginx is tried again."""
+        for attempt in range(5):
+            done = subprocess.run(["nginx", "-p", self.prefix, "-c",
+                                   os.path.join(self.prefix, "nginx.conf")],
+                                  capture_output=True, text=True)
+            if done.returncode == 0:
+                return
+            if "Address already in use" not in done.stderr or attempt == 4:
+                raise RuntimeError("nginx did not start: " + done.stderr)
+            self.rebind_nginx_ports()
+
+    def rebind_nginx_ports(self):
+        """New free ports in place of the ones in the rendered files."""
+        moves = [(self.port, free_port())]
+        if self.tls:
+            moves.append((self.tls_port, free_port()))
+        self.port = moves[0][1]
+        self.tls_port = moves[-1][1] if self.tls else None
+        for name in ("nginx.conf", "wsgated-tls.conf"):
+            path = os.path.join(self.prefix, name)
+            with open(path) as f:
+                text = f.read()
+            for old, new in moves:
+                text = text.replace("127.0.0.1:%d" % old, "127.0.0.1:%d" % new)
+            with open(path, "w") as f:
+                f.write(text)
 
     def daemon_path_args(self):
         """The data files' locations as the daemon's options."""
