@@ -22,7 +22,6 @@
 #define CARD_DELTALOG_DELTA_LOGGER_H_
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -32,9 +31,6 @@
 #include "platform/log.h"
 
 namespace wsgated {
-
-// Now as qrx time (microseconds since 1970); tests give their own clock.
-using QrxClock = std::function<int64_t()>;
 
 class DeltaLogger : public Companion {
  public:
