@@ -51,6 +51,14 @@ class CardLoggerTest : public testing_store::StoreTest {
     pcd_log_close(reader);
     return records;
   }
+  // V written with the time stamp of the tests' clock.
+  void SetV(double value) {
+    CElement element(value);
+    timeval time{};
+    qrx_QRXtoUNIXtime64(nowUs_, &time);
+    element.set_time(time);
+    Set("/Devices/M/V", element);
+  }
   // The tests' clock starts at the real one: the store stamps writes with
   // the real time.
   int64_t nowUs_ = qrx_UTCtime64();
@@ -75,7 +83,7 @@ TEST_F(CardLoggerTest, DeadbandIntervalRestartAndLockedLog) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
     nowUs_ += c.seconds * 1000000LL;
-    Set("/Devices/M/V", CElement(c.value));
+    SetV(c.value);
     logger->step(*cds_);
     size_t count = 0;
     for (const CEvent& r : Records(delta_)) {
@@ -102,7 +110,7 @@ TEST_F(CardLoggerTest, DeadbandIntervalRestartAndLockedLog) {
   sqlite3* locker = nullptr;
   ASSERT_EQ(SQLITE_OK, sqlite3_open(delta_.c_str(), &locker));
   sqlite3_exec(locker, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr);
-  Set("/Devices/M/V", CElement(20.0));
+  SetV(20.0);
   logger->step(*cds_);
   sqlite3_exec(locker, "ROLLBACK", nullptr, nullptr, nullptr);
   sqlite3_close(locker);
@@ -136,10 +144,10 @@ TEST_F(CardLoggerTest, SystemLoggerHandsOnEachEntryOnce) {
 
   const std::vector<CEvent> events = Records(events_);
   ASSERT_EQ(2u, events.size());
-  EXPECT_EQ("Breaker tripped :  Overload", events[0].description);
-  EXPECT_EQ("Node created :  /Devices/New", events[1].description);
-  EXPECT_EQ("Web-Services:admin", events[1].source);
-  EXPECT_TRUE(events[1].value.to_bool());
+  EXPECT_EQ("Node created :  /Devices/New", events[0].description);
+  EXPECT_EQ("Web-Services:admin", events[0].source);
+  EXPECT_TRUE(events[0].value.to_bool());
+  EXPECT_EQ("Breaker tripped :  Overload", events[1].description);
   const std::vector<CEvent> system = Records(system_);
   ASSERT_EQ(1u, system.size());
   EXPECT_EQ("Network Card Reset requested", system[0].description);

@@ -74,9 +74,11 @@ class LivingDeviceTest(StackTestCase):
         self.assertEqual(["1"], self.results(
             "CreateNode", prefix="nst1", basePath=NEW_NODE + "/",
             paths=StringArray(["Value"]), values=StringArray(["1"])))
+        # A request's locale may rejoin the translated halves with one blank.
         [change] = self.wait_for_record(
             "getEventLog",
-            lambda r: r.get("Description") == "Node created :  " + NEW_NODE,
+            lambda r: r.get("Description", "").split() ==
+            ["Node", "created", ":", NEW_NODE],
             "the configuration change", rqst_type=2)
         self.assertEqual("/", change["SourcePath"])
 
