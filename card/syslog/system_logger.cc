@@ -5,6 +5,7 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <cstring>
 #include <sstream>
 
 #include "common/log.h"
@@ -19,6 +20,11 @@ const char* const kDefaultSystemLog = "/var/lib/wsgated/logs/system.db";
 const char* const kConfigurationPath =
     "/Software/System Settings/Configuration Changed/Value";
 const char* const kMark = "store";
+// Areas whose nodes come and go as the card runs (the daemon's connection
+// table, subscriptions, the command queue, the table of active alarms):
+// their structure changes are bookkeeping, not configuration.
+const char* const kRuntimeAreas[] = {"/Software/Data Servers",
+                                     "/Software/Commands", "/Alarms"};
 const char* const kOwnRow = "syslog";
 const char* const kDaemonRow = "wsgated";
 // Entries taken from each feed per step: a step stays short, and a long
@@ -74,6 +80,17 @@ toolkit::CEvent structureRecord(const CdsStructureChange& change) {
       change.path;
   record.source = change.source;
   return record;
+}
+
+bool isRuntimeArea(const std::string& path) {
+  for (const char* area : kRuntimeAreas) {
+    const size_t length = strlen(area);
+    if (path.compare(0, length, area) == 0 &&
+        (path.size() == length || path[length] == '/')) {
+      return true;
+    }
+  }
+  return false;
 }
 
 std::string processWhat(const std::string& name, const char* verb) {
@@ -229,7 +246,7 @@ void SystemLogger::handEvents(toolkit::CCds& store) {
   }
   for (const CdsStructureChange& change : changes) {
     structureId = change.id;
-    records.push_back(structureRecord(change));
+    if (!isRuntimeArea(change.path)) records.push_back(structureRecord(change));
   }
   if (eventId == eventId_ && structureId == structureId_) return;
   const std::string mark =

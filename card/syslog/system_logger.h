@@ -5,7 +5,9 @@
 //   - device conditions: the events of kind 256 in the store's event queue
 //     (device handlers and the simulator send them), as they were sent;
 //   - configuration changes: every node created or removed (the store's
-//     journal of structure changes), as a record of the path
+//     journal of structure changes) outside the areas whose nodes come and
+//     go as the card runs ("/Software/Data Servers", "/Software/Commands",
+//     "/Alarms"), as a record of the path
 //     "/Software/System Settings/Configuration Changed/Value" with the value
 //     true, described "Node created :  <node>" or "Node removed :  <node>"
 //     and carrying the change source.
