@@ -9,7 +9,7 @@ leaf writes and the Delta records appended, a second).
 Builds nothing: cmake --build build --target living_calls_bench.
 Environment (all optional):
   BUILD_DIR   build tree (./build)
-  CALLS       timed getValue calls per phase (400)
+  SECONDS     length of each timed phase (10)
   STEP        the companions' pace in seconds (0.1)
 """
 
@@ -20,8 +20,9 @@ import time
 import stack_env
 import core_calls
 import harness
+import proc_figures
 
-CALLS = int(os.environ.get("CALLS", "400"))
+SECONDS = float(os.environ.get("SECONDS", "10"))
 STEP = os.environ.get("STEP", "0.1")
 POINT = "/Devices/Meter1/VoltageL1N"
 CARD = os.path.join(stack_env.BUILD_DIR, "card")
@@ -33,13 +34,24 @@ os.environ.update(
     CARD_SYSLOG_BIN=os.path.join(CARD, "syslog", "card-syslog"))
 
 
-def calls_per_second(stack):
+def phase(stack):
+    """getValue calls for SECONDS: calls a second, daemon CPU ms a call,
+    simulator steps and Delta records a second."""
+    records, steps = delta_records(stack), leaf_changes(stack)
+    cpu = proc_figures.cpu_seconds(stack.daemon_pid)
     started = time.perf_counter()
-    for _ in range(CALLS):
+    calls = 0
+    while time.perf_counter() - started < SECONDS:
         answer = core_calls.call(stack, "getValue", path=POINT)
         if answer.status != 200 or not answer.results:
             raise SystemExit("living.py: getValue failed:\n" + answer.text)
-    return CALLS / (time.perf_counter() - started)
+        calls += 1
+    seconds = time.perf_counter() - started
+    return dict(rate=calls / seconds,
+                cpu=(proc_figures.cpu_seconds(stack.daemon_pid) - cpu) /
+                calls * 1e3,
+                steps=(leaf_changes(stack) - steps) / seconds,
+                records=(delta_records(stack) - records) / seconds)
 
 
 def delta_records(stack):
@@ -60,8 +72,8 @@ def main():
         "WSGATED_SUPERVISOR_BIN", "CARD_SIMULATOR_BIN", "CARD_DELTALOG_BIN",
         "CARD_SYSLOG_BIN")])
     with harness.Stack(daemon_args=stack_env.DAEMON_ARGS) as stack:
-        calls_per_second(stack)  # untimed warm-up
-        idle = calls_per_second(stack)
+        core_calls.call(stack, "getValue", path=POINT)  # untimed
+        idle = phase(stack)
         card = harness.Companions(stack, {
             "simulator": ["--step-seconds", STEP, "--seed", "1"],
             "deltalog": ["--check-seconds", STEP],
@@ -69,20 +81,16 @@ def main():
         try:
             harness.wait_until(lambda: delta_records(stack) > 0,
                                "the first Delta records")
-            records, writes = delta_records(stack), leaf_changes(stack)
-            started = time.perf_counter()
-            busy = calls_per_second(stack)
-            seconds = time.perf_counter() - started
-            records = delta_records(stack) - records
-            writes = leaf_changes(stack) - writes
+            busy = phase(stack)
         finally:
             card.stop()
-    print("%-34s %12s" % ("phase", "calls/s"))
-    print("%-34s %12.0f" % ("idle", idle))
-    print("%-34s %12.0f" % ("beside the companions (pace %s s)" % STEP, busy))
-    print("\nratio busy / idle: %.2f" % (busy / idle))
-    print("meanwhile: %.1f simulator steps/s (one point's writes), "
-          "%.0f Delta records/s" % (writes / seconds, records / seconds))
+    print("%-26s %9s %13s %10s %10s" % ("phase", "calls/s", "cpu ms/call",
+                                        "sim st/s", "delta r/s"))
+    for name, row in (("idle", idle), ("companions, pace %s s" % STEP, busy)):
+        print("%-26s %9.0f %13.3f %10.1f %10.1f" % (
+            name, row["rate"], row["cpu"], row["steps"], row["records"]))
+    print("\nratio busy / idle: calls/s %.2f, daemon cpu/call %.2f"
+          % (busy["rate"] / idle["rate"], busy["cpu"] / idle["cpu"]))
 
 
 if __name__ == "__main__":
