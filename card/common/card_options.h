@@ -18,6 +18,7 @@
 #ifndef CARD_COMMON_CARD_OPTIONS_H_
 #define CARD_COMMON_CARD_OPTIONS_H_
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -64,6 +65,22 @@ bool parseInteger(const std::string& text, long low, long high, long* value);
 
 // A number of seconds, decimals allowed ("0.5"), above 0 and at most a day.
 bool parseSeconds(const std::string& text, double* seconds);
+
+// One option of a companion's own: its name and what takes its value
+// (false refuses the value).
+struct CompanionOption {
+  const char* name;
+  std::function<bool(const std::string& value)> take;
+};
+// Reads `args` (what the common options left) against `options`; an
+// unknown option, a missing or a refused value fails with the reason in
+// *error.
+bool parseCompanionOptions(const std::vector<std::string>& args,
+                           const std::vector<CompanionOption>& options,
+                           std::string* error);
+// The value of the environment variable `name` when it is set and not
+// empty, else `fallback`: the card's file locations (deploy/paths.env).
+std::string pathFromEnvironment(const char* name, const char* fallback);
 
 }  // namespace wsgated
 
