@@ -78,6 +78,16 @@ seed_history() {
      --event-log "$WSGATED_EVENT_LOG" --system-log "$WSGATED_SYSTEM_LOG")
 }
 
+# The demo's waveform records (a fault seen by the meter, a breaker trip),
+# made by wavectl into the folder the daemon and nginx serve
+# (docs/waveforms.md).
+write_waveforms() (
+  WSGATED_DATA_DIR=$run_dir/data . deploy/paths.env
+  step "writing the demo's waveform records into $WSGATED_WAVEFORM_DIR"
+  mkdir -p "$WSGATED_WAVEFORM_DIR"
+  "$build_dir/tools/waveforms/wavectl" demo "$WSGATED_WAVEFORM_DIR"
+)
+
 show_store() {
   step "the devices in the store"
   "$cdsctl" --store "$store" show /Devices --depth 1
@@ -187,6 +197,7 @@ stop_previous
 create_store
 backfill_trends
 seed_history
+write_waveforms
 show_store
 serve
 write_example

@@ -36,8 +36,12 @@ render() {  # template target
   sed -e "s|@PREFIX@|$prefix|g" -e "s|@PORT@|$port|g" \
       -e "s|@TLS_PORT@|$tls_port|g" \
       -e "s|@SOCKET@|$socket|g" -e "s|@WSDL@|$wsdl|g" \
-      -e "s|@USER_LINE@|$user_line|g" "deploy/nginx/$1" > "$prefix/$2"
+      -e "s|@USER_LINE@|$user_line|g" \
+      -e "s|@WAVEFORMS@|$waveform_dir|g" "deploy/nginx/$1" > "$prefix/$2"
 }
+# The waveform folder that nginx serves read-only (deploy/paths.env).
+waveform_dir=$(WSGATED_DATA_DIR=$run_dir/data && . deploy/paths.env &&
+               echo "$WSGATED_WAVEFORM_DIR")
 # nginx workers must reach the daemon's socket: run them as our user.
 user_line=""
 [ "$(id -u)" -eq 0 ] && user_line="user root;"

@@ -174,7 +174,8 @@ class Stack:
         user = "user root;" if os.getuid() == 0 else ""
         words = dict(PREFIX=self.prefix, PORT=str(self.port),
                      SOCKET=self.socket, WSDL=os.environ["WSGATED_WSDL"],
-                     USER_LINE=user, TLS_PORT=str(self.tls_port))
+                     USER_LINE=user, TLS_PORT=str(self.tls_port),
+                     WAVEFORMS=self.paths["WSGATED_WAVEFORM_DIR"])
         self.render("wsgated.conf.template",
                     os.path.join(self.prefix, "nginx.conf"), **words)
         self.render("wsgated-location.conf.template",
