@@ -31,8 +31,3 @@ int __nst1__getSubscribedNodes(struct soap* soap,
                                struct _nst1__getSubscribedNodesResponse&) {
   return wsgated::operationNotAvailable(soap, "getSubscribedNodes");
 }
-
-int __nsc1__acknowledgeAlarm(struct soap* soap, struct _nsc1__acknowledgeAlarm*,
-                             struct _nsc1__acknowledgeAlarmResponse&) {
-  return wsgated::operationNotAvailable(soap, "acknowledgeAlarm");
-}

@@ -118,4 +118,33 @@ bool parseSeconds(const std::string& text, double* seconds) {
   return true;
 }
 
+bool parseCompanionOptions(
+    const std::vector<std::string>& args, const std::vector<std::string>& names,
+    const std::function<bool(const std::string&, const std::string&)>& apply,
+    std::string* error) {
+  for (size_t i = 0; i < args.size(); ++i) {
+    const std::string given = args[i];
+    OptionMatch match = OptionMatch::kOther;
+    std::string value;
+    for (const std::string& name : names) {
+      match = matchOption(args, &i, name, &value);
+      if (match == OptionMatch::kMissing) {
+        *error = name + " needs a value";
+        return false;
+      }
+      if (match == OptionMatch::kOther) continue;
+      if (!apply(name, value)) {
+        *error = "bad value '" + value + "' of " + name;
+        return false;
+      }
+      break;
+    }
+    if (match == OptionMatch::kOther) {
+      *error = "unknown option '" + given + "'";
+      return false;
+    }
+  }
+  return true;
+}
+
 }  // namespace wsgated

@@ -18,6 +18,7 @@
 #ifndef CARD_COMMON_CARD_OPTIONS_H_
 #define CARD_COMMON_CARD_OPTIONS_H_
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -58,6 +59,15 @@ enum class OptionMatch {
 // both forms the header describes.
 OptionMatch matchOption(const std::vector<std::string>& args, size_t* index,
                         const std::string& name, std::string* value);
+
+// A companion's own options: each of `args` must be one of `names` with
+// its value; `apply(name, value)` takes it or returns false for a bad
+// value. False with the reason in *error for an unknown option, a missing
+// value or a value refused.
+bool parseCompanionOptions(
+    const std::vector<std::string>& args, const std::vector<std::string>& names,
+    const std::function<bool(const std::string&, const std::string&)>& apply,
+    std::string* error);
 
 // A whole decimal number within [low, high].
 bool parseInteger(const std::string& text, long low, long high, long* value);
