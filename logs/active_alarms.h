@@ -23,6 +23,7 @@ class CCds;
 namespace wsgated {
 
 class EventRecordBuilder;
+class SearchPattern;
 class SourceRights;
 
 // What a request's path filter did to the alarms of one answer, so that a
@@ -30,6 +31,7 @@ class SourceRights;
 // table of thousands.
 struct PatternFailures {
   int count = 0;
+  std::string pattern;  // as the request gave it, for the log
 };
 
 // The most pattern failures one answer logs one by one; the rest are
@@ -43,14 +45,14 @@ constexpr int kPatternFailuresLogged = 10;
 // (null: kept as stored), the source and value shown by `builder`. False,
 // with `alarm` unusable, when the alarm is left out: a leaf is missing or
 // of the wrong type, the node's name is not a number, `rights` (null: no
-// test) refuses its source, or `pathPattern` (a regular expression; ""
+// test) refuses its source, or `pattern` (the request's path filter; null
 // for all) does not occur in its source path or cannot be used (logged,
 // counted in `failures`).
 bool buildActiveAlarm(struct soap* soap, toolkit::CCds& cds,
                       EventRecordBuilder& builder, const std::locale* locale,
-                      const std::string& alarmNodePath,
-                      const std::string& pathPattern, SourceRights* rights,
-                      PatternFailures& failures, nss1__AlarmUpdate& alarm);
+                      const std::string& alarmNodePath, SearchPattern* pattern,
+                      SourceRights* rights, PatternFailures& failures,
+                      nss1__AlarmUpdate& alarm);
 
 // The positions [first, end) of the collected alarms that an answer holds.
 struct AlarmRange {

@@ -8,7 +8,6 @@
 // caller may not read are left out. Failures travel in `result`; only an
 // engine that cannot allocate the list fails the call (SOAP_EOM).
 
-#include <boost/regex.hpp>
 #include <cinttypes>
 #include <cstdlib>
 #include <set>
@@ -19,6 +18,7 @@
 #include "common/event_records.h"
 #include "common/event_text.h"
 #include "common/log.h"
+#include "common/search_pattern.h"
 #include "common/service_context.h"
 #include "common/service_options.h"
 #include "logs/active_alarms.h"
@@ -88,20 +88,28 @@ bool alarmNumber(const std::string& alarmNodePath, uint64_t& number) {
   return errno == 0;
 }
 
-// Whether `pattern` occurs in `sourcePath`; compiled for each alarm, since
-// an alarm's failure is the pattern's and is logged with it.
-bool sourceMatches(const std::string& pattern, const std::string& sourcePath,
+// Whether `pattern` (null: every source) occurs in `sourcePath`. The
+// pattern is compiled for each alarm and matched under the search's work
+// limit, so that a pattern that backtracks without end costs a table of
+// thousands of alarms seconds, not minutes.
+bool sourceMatches(SearchPattern* pattern, const std::string& sourcePath,
                    PatternFailures& failures) {
-  if (pattern.empty()) return true;
-  try {
-    return boost::regex_search(sourcePath, boost::regex(pattern));
-  } catch (const std::exception& e) {
-    if (++failures.count <= kPatternFailuresLogged) {
-      logError(kLogErrors,
-               "Exception in regular expression matching of alarm path = %s",
-               pattern.c_str());
-    }
-    return false;
+  if (pattern == nullptr) return true;
+  std::string error;
+  switch (pattern->search(sourcePath, error)) {
+    case PatternResult::kFound:
+      return true;
+    case PatternResult::kNotFound:
+      return false;
+    default:
+      if (++failures.count <= kPatternFailuresLogged) {
+        logError(kLogErrors,
+                 "Exception in regular expression matching of alarm path = "
+                 "%s",
+                 failures.pattern.c_str());
+        logInfo(kLogDetail, "%s", error.c_str());
+      }
+      return false;
   }
 }
 
@@ -168,9 +176,9 @@ void fillAlarm(struct soap* soap, toolkit::CCds& cds,
 
 bool buildActiveAlarm(struct soap* soap, toolkit::CCds& cds,
                       EventRecordBuilder& builder, const std::locale* locale,
-                      const std::string& alarmNodePath,
-                      const std::string& pathPattern, SourceRights* rights,
-                      PatternFailures& failures, nss1__AlarmUpdate& alarm) {
+                      const std::string& alarmNodePath, SearchPattern* pattern,
+                      SourceRights* rights, PatternFailures& failures,
+                      nss1__AlarmUpdate& alarm) {
   std::vector<std::string> paths;
   for (const char* suffix : kAlarmLeafSuffixes) {
     paths.push_back(alarmNodePath + suffix);
@@ -185,7 +193,7 @@ bool buildActiveAlarm(struct soap* soap, toolkit::CCds& cds,
     return false;
   }
   const std::string sourcePath = leaves[kSourcePathLeaf].to_string();
-  if (!sourceMatches(pathPattern, sourcePath, failures)) return false;
+  if (!sourceMatches(pattern, sourcePath, failures)) return false;
   if (rights != nullptr && !rights->mayRead(sourcePath)) return false;
   try {
     fillAlarm(soap, cds, builder, locale, leaves, number, alarm);
@@ -286,13 +294,17 @@ bool collectAlarms(struct soap* soap, ServiceContext* context,
       request.path != nullptr ? *request.path : std::string();
   EventRecordBuilder builder(soap, cds, recordLocale(options));
   SourceRights rights(cds, context->caller.user);
-  PatternFailures failures;
+  PatternFailures failures{0, pattern};
+  PatternSettings settings;
+  settings.compilation = PatternCompilation::kPerText;
+  SearchPattern search(pattern, settings);
   for (const std::string& child : children) {
     if (child.find(kAlarmCounter) != std::string::npos) continue;
     nss1__AlarmUpdate* alarm = soap_new_nss1__AlarmUpdate(soap);
     if (alarm == nullptr) break;
     if (!buildActiveAlarm(soap, cds, builder, recordLocale(options), child,
-                          pattern, &rights, failures, *alarm) ||
+                          pattern.empty() ? nullptr : &search, &rights,
+                          failures, *alarm) ||
         !withinBounds(request, alarm->Time)) {
       continue;
     }

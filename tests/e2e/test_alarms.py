@@ -252,3 +252,29 @@ class ReadOnlyStoreTest(AlarmCalls):
         answer = self.acknowledge((17, None, "Acked"), (18, "x", "Closed"))
         self.assertEqual(["? 20 Write Failed : CDS event_send failed"] * 2,
                          answer.results, answer.text)
+
+
+class LargeTableTest(AlarmCalls):
+    """10,000 alarms of one long source path."""
+
+    SOURCE = "/Devices/Meter1/" + "a" * 30 + "!"
+
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        seed = os.path.join(cls.stack.dir, "large.seed")
+        with open(seed, "w") as f:
+            f.write("".join(alarm_seed(str(n), cls.SOURCE)
+                            for n in range(1000, 11000)))
+        cls.stack.cdsctl("load", seed)
+
+    def test_every_alarm_is_answered(self):
+        answer = self.active(path="a!$")
+        self.assertEqual(10000, len(alarms_of(answer)))
+
+    def test_a_backtracking_pattern_is_cut_short_and_logged_briefly(self):
+        answer = self.active(path="(a|aa)+$")
+        self.assertEqual(([], ""), (alarms_of(answer), field(answer, "result")))
+        self.assertLessEqual(self.stack.daemon_log().count(
+            "Exception in regular expression matching"), 10)
+        self.assertServedNormally()

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "common/event_records.h"
+#include "common/search_pattern.h"
 #include "logs/active_alarms.h"
 #include "logs/log_request.h"
 #include "tests/common/service_fixture.h"
@@ -99,8 +100,11 @@ class ActiveAlarmTest : public ServiceTest {
   bool Build(const std::string& node, const std::string& pattern,
              nss1__AlarmUpdate& alarm) {
     EventRecordBuilder builder(soap_, ctx_->cds, nullptr);
-    return buildActiveAlarm(soap_, ctx_->cds, builder, nullptr, node, pattern,
-                            nullptr, failures_, alarm);
+    SearchPattern search(pattern);
+    failures_.pattern = pattern;
+    return buildActiveAlarm(soap_, ctx_->cds, builder, nullptr, node,
+                            pattern.empty() ? nullptr : &search, nullptr,
+                            failures_, alarm);
   }
 
   struct soap* soap_ = soap_new();
