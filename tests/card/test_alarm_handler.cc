@@ -131,10 +131,14 @@ class AlarmHandlerTest : public testing_store::StoreTest {
     return count.to_int();
   }
 
-  // The table's alarm `number`; its number is 0 when it is not there.
+  // The table's alarm `number`; number 0 and no condition when it is not
+  // there.
   TableAlarm Find(uint64_t number) {
     TableAlarm alarm;
-    if (!AlarmTable().find(*cds_, number, alarm)) alarm.number = 0;
+    if (!AlarmTable().find(*cds_, number, alarm)) {
+      alarm.number = 0;
+      alarm.conditionRaised = false;
+    }
     return alarm;
   }
 
@@ -249,6 +253,7 @@ TEST_F(AlarmHandlerTest, JudgesRaisedAlarmsOnNewerInputsOnly) {
   AlarmHandler handler;
   Start(handler);
   handler.step(*cds_);
+  EXPECT_EQ(50u, Find(50).number);
   EXPECT_TRUE(Find(50).conditionRaised);
   EXPECT_FALSE(Find(51).conditionRaised);
 }
