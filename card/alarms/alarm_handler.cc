@@ -26,10 +26,6 @@ timeval now() {
   return time;
 }
 
-bool later(const timeval& a, const timeval& b) {
-  return a.tv_sec != b.tv_sec ? a.tv_sec > b.tv_sec : a.tv_usec > b.tv_usec;
-}
-
 // A number the handler keeps in the store as decimal text (alarm numbers
 // and queue numbers are 64-bit; the store's integers are 32-bit).
 bool readNumber(toolkit::CCds& store, const std::string& node,
@@ -250,7 +246,7 @@ void AlarmHandler::judgeConditions(toolkit::CCds& store) {
     if (condition == Condition::kInAlarm && !isRaised) {
       raise(store, point, alarms);
     } else if (condition == Condition::kNormal && isRaised &&
-               later(newestInput(point), raised->time)) {
+               isLater(newestInput(point), raised->time)) {
       returnToNormal(store, point, *raised);
     }
   }

@@ -62,10 +62,6 @@ bool isNumber(const toolkit::CElement& element) {
          type == PCD_TYPE_UINT || type == PCD_TYPE_REAL;
 }
 
-bool later(const timeval& a, const timeval& b) {
-  return a.tv_sec != b.tv_sec ? a.tv_sec > b.tv_sec : a.tv_usec > b.tv_usec;
-}
-
 std::string named(const PointReading& point, const char* what) {
   const std::string name = point.displayName.get_type() != PCD_TYPE_NONE
                                ? point.displayName.to_string()
@@ -140,11 +136,15 @@ timeval newestInput(const PointReading& point) {
   for (toolkit::CElement PointReading::*field : kFields) {
     const toolkit::CElement& attribute = point.*field;
     if (attribute.get_type() != PCD_TYPE_NONE &&
-        later(attribute.get_time(), newest)) {
+        isLater(attribute.get_time(), newest)) {
       newest = attribute.get_time();
     }
   }
   return newest;
+}
+
+bool isLater(const timeval& a, const timeval& b) {
+  return a.tv_sec != b.tv_sec ? a.tv_sec > b.tv_sec : a.tv_usec > b.tv_usec;
 }
 
 std::string alarmText(const PointReading& point) {

@@ -72,6 +72,9 @@ Condition judge(const PointReading& point, bool raised);
 // alarm is judged again only on inputs newer than itself.
 timeval newestInput(const PointReading& point);
 
+// Whether time stamp `a` is later than `b`.
+bool isLater(const timeval& a, const timeval& b);
+
 // The texts, numbers and flags of the point's alarm records.
 std::string alarmText(const PointReading& point);
 std::string normalText(const PointReading& point);

@@ -40,10 +40,24 @@ TEST(AlarmRangeTest, LimitLatestReverseAndTrimming) {
       {"trimmed, reverse", down, 2, true, true, true, 0, 1, 1},
       {"cut between groups", up, 2, false, false, true, 0, 2, 0},
       // Everything kept shares the cut's time: nothing is answered.
-      {"all of the cut's time, end", {3, 3, 3, 4}, 2, false, false, true, 0,
-       0, 3},
-      {"all of the cut's time, start", {1, 3, 3, 3}, 2, true, false, true, 4,
-       4, 3},
+      {"all of the cut's time, end",
+       {3, 3, 3, 4},
+       2,
+       false,
+       false,
+       true,
+       0,
+       0,
+       3},
+      {"all of the cut's time, start",
+       {1, 3, 3, 3},
+       2,
+       true,
+       false,
+       true,
+       4,
+       4,
+       3},
       {"one group only", {5, 5, 5}, 2, false, false, true, 0, 0, 3},
   };
   for (const Case& c : cases) {
@@ -125,8 +139,7 @@ TEST_F(ActiveAlarmTest, LevelsPrioritiesAndSources) {
       {"1", "/Devices/P", nss1__AckStatus__NotAcked, 2, "9", true, "1"},
       {"3", "/Devices/P", nss1__AckStatus__Acked, 1, "9", true, "1"},
       {"5", "/Devices/S", nss1__AckStatus__Closed, 1, "5000", false, "On"},
-      {"4", "/Devices/Gone", nss1__AckStatus__NotAcked, 1, "5000", false,
-       "1"},
+      {"4", "/Devices/Gone", nss1__AckStatus__NotAcked, 1, "5000", false, "1"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.level);
@@ -159,11 +172,10 @@ TEST_F(ActiveAlarmTest, UnusableNodesAndPatternsLeaveTheAlarmOut) {
     bool built;
   };
   const Case cases[] = {
-      {"/Alarms/5", "", true},           {"/Alarms/5", "es/P$", true},
-      {"/Alarms/5", "^/Other", false},   {"/Alarms/5", "[", false},
-      {"/Alarms/6", "", false},
-      {"/Alarms/7", "", false},          {"/Alarms/x", "", false},
-      {"/Alarms/404", "", false},
+      {"/Alarms/5", "", true},         {"/Alarms/5", "es/P$", true},
+      {"/Alarms/5", "^/Other", false}, {"/Alarms/5", "[", false},
+      {"/Alarms/6", "", false},        {"/Alarms/7", "", false},
+      {"/Alarms/x", "", false},        {"/Alarms/404", "", false},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(std::string(c.node) + " " + c.pattern);

@@ -80,8 +80,8 @@ TEST_F(AcknowledgementsTest, OneEventPerEntryWithTheCaller) {
 TEST_F(AcknowledgementsTest, RefusalsAndFailures) {
   struct Case {
     const char* what;
-    const char* user;         // the caller, also REMOTE_USER; null: unset
-    const char* address;      // REMOTE_ADDR; null: unset
+    const char* user;     // the caller, also REMOTE_USER; null: unset
+    const char* address;  // REMOTE_ADDR; null: unset
     bool readOnly;
     int status;
     std::vector<std::string> results;
@@ -91,8 +91,7 @@ TEST_F(AcknowledgementsTest, RefusalsAndFailures) {
       {"a viewer", "viewer", "10.1.2.3", false, kAcknowledgementRefused, {}},
       {"no user", nullptr, "10.1.2.3", false, kAcknowledgementFault, {}},
       {"no address", "operator", nullptr, false, kAcknowledgementFault, {}},
-      {"a read-only store", "operator", "10.1.2.3", true, 0,
-       {failed, failed}},
+      {"a read-only store", "operator", "10.1.2.3", true, 0, {failed, failed}},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
