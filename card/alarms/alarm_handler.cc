@@ -192,7 +192,7 @@ void AlarmHandler::acknowledge(toolkit::CCds& store,
                                const toolkit::CEvent& event) {
   const auto number = static_cast<unsigned long long>(event.event_id);
   if (event.ack_status != 1 && event.ack_status != 2) {
-    logInfo(kLogActivity,
+    logInfo(kLogDetail,
             "Acknowledgement of alarm %llu with status %d: "
             "nothing to do",
             number, event.ack_status);
