@@ -112,11 +112,11 @@ class ActiveAlarmTest : public ServiceTest {
   }
 
   bool Build(const std::string& node, const std::string& pattern,
-             nss1__AlarmUpdate& alarm) {
-    EventRecordBuilder builder(soap_, ctx_->cds, nullptr);
+             nss1__AlarmUpdate& alarm, const std::locale* locale = nullptr) {
+    EventRecordBuilder builder(soap_, ctx_->cds, locale);
     SearchPattern search(pattern);
     failures_.pattern = pattern;
-    return buildActiveAlarm(soap_, ctx_->cds, builder, nullptr, node,
+    return buildActiveAlarm(soap_, ctx_->cds, builder, locale, node,
                             pattern.empty() ? nullptr : &search, nullptr,
                             failures_, alarm);
   }
@@ -159,6 +159,16 @@ TEST_F(ActiveAlarmTest, LevelsPrioritiesAndSources) {
     EXPECT_TRUE(alarm.ConditionPresent);
     EXPECT_EQ(nullptr, alarm.Quality);
   }
+}
+
+TEST_F(ActiveAlarmTest, DescriptionsAreTranslatedInHalves) {
+  EnableLocales();
+  Seed(AlarmNode("5", "/Devices/P", "1") +
+       "[/Alarms/5/AlarmMsg]\nValue = Configuration changed :  Alarm limits\n");
+  const ServiceOptions options = Options("locale=de_DE");
+  nss1__AlarmUpdate alarm;
+  ASSERT_TRUE(Build("/Alarms/5", "", alarm, &options.stdLocale));
+  EXPECT_EQ("Konfiguration ge\xC3\xA4ndert : Alarmgrenzen", *alarm.Description);
 }
 
 TEST_F(ActiveAlarmTest, UnusableNodesAndPatternsLeaveTheAlarmOut) {
