@@ -31,12 +31,13 @@ const char kSeed[] =
     ".HighAlarmLimit = 10\n.AlarmEnable = false\n"
     "[/Alarms]\nNodeType = Collection\n";
 
-PointReading Reading(double value, double high, double low, double band) {
+// A point with the limits 200 and 250.
+PointReading Reading(double value, double band) {
   PointReading point;
   point.readable = true;
   point.value.set_real(value);
-  point.highLimit.set_real(high);
-  point.lowLimit.set_real(low);
+  point.highLimit.set_real(250);
+  point.lowLimit.set_real(200);
   if (band > 0) point.hysteresis.set_real(band);
   return point;
 }
@@ -52,23 +53,19 @@ TEST(AlarmRulesTest, LimitsHysteresisAndAlarmValues) {
   onFalse.readable = true;
   onFalse.value.set_bool(false);
   onFalse.alarmOnValue.set_bool(false);
-  PointReading disabled = Reading(300, 250, 200, 0);
+  PointReading disabled = Reading(300, 0);
   disabled.enable.set_bool(false);
-  PointReading text = Reading(0, 250, 200, 0);
+  PointReading text = Reading(0, 0);
   text.value.set_string("high");
   const Case cases[] = {
-      {"inside", Reading(230, 250, 200, 5), false, Condition::kNormal},
-      {"above", Reading(251, 250, 200, 5), false, Condition::kInAlarm},
-      {"below", Reading(199, 250, 200, 5), false, Condition::kInAlarm},
-      {"on the limit", Reading(250, 250, 200, 0), false, Condition::kNormal},
-      {"raised, inside the band", Reading(247, 250, 200, 5), true,
-       Condition::kInAlarm},
-      {"raised, low band", Reading(203, 250, 200, 5), true,
-       Condition::kInAlarm},
-      {"raised, past the band", Reading(244, 250, 200, 5), true,
-       Condition::kNormal},
-      {"raised, no hysteresis", Reading(249, 250, 200, 0), true,
-       Condition::kNormal},
+      {"inside", Reading(230, 5), false, Condition::kNormal},
+      {"above", Reading(251, 5), false, Condition::kInAlarm},
+      {"below", Reading(199, 5), false, Condition::kInAlarm},
+      {"on the limit", Reading(250, 0), false, Condition::kNormal},
+      {"raised, inside the band", Reading(247, 5), true, Condition::kInAlarm},
+      {"raised, low band", Reading(203, 5), true, Condition::kInAlarm},
+      {"raised, past the band", Reading(244, 5), true, Condition::kNormal},
+      {"raised, no hysteresis", Reading(249, 0), true, Condition::kNormal},
       {"alarm value", onFalse, false, Condition::kInAlarm},
       {"disabled", disabled, false, Condition::kNotJudged},
       {"not a number", text, false, Condition::kNotJudged},
@@ -91,12 +88,6 @@ class AlarmHandlerTest : public testing_store::StoreTest {
     std::string error;
     ASSERT_TRUE(handler.configure({"--event-log", log_}, &error)) << error;
     ASSERT_TRUE(handler.start(*cds_));
-  }
-
-  std::vector<TableAlarm> Table() {
-    std::vector<TableAlarm> alarms;
-    EXPECT_TRUE(AlarmTable().read(*cds_, alarms));
-    return alarms;
   }
 
   std::vector<CEvent> Logged() {
@@ -123,13 +114,7 @@ class AlarmHandlerTest : public testing_store::StoreTest {
     ASSERT_EQ(0, cds_->events_send(events, statuses));
   }
 
-  int32_t Count() {
-    api_status_t status;
-    CElement count;
-    element_property_t property;
-    cds_->get_leaf("/Alarms/AlarmCount/Value", status, count, property);
-    return count.to_int();
-  }
+  int32_t Count() { return Get("/Alarms/AlarmCount/Value").to_int(); }
 
   // The table's alarm `number`; number 0 and no condition when it is not
   // there.
@@ -167,7 +152,6 @@ TEST_F(AlarmHandlerTest, RaisesAboveTheHighestNumberAndLogsIt) {
   Start(handler);
   handler.step(*cds_);
   handler.step(*cds_);  // nothing new: no second alarm per point
-  EXPECT_EQ(3u, Table().size());
   EXPECT_EQ(3, Count());
   const TableAlarm voltage = Find(41);
   EXPECT_EQ("/Devices/M/V", voltage.sourcePath);
