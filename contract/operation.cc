@@ -15,4 +15,9 @@ int operationNotAvailable(struct soap* soap, const char* operation) {
   return soap_receiver_fault(soap, soap_strdup(soap, reason.c_str()), nullptr);
 }
 
+int clientFault(struct soap* soap, const std::string& reason) {
+  soap_sender_fault(soap, soap_strdup(soap, reason.c_str()), nullptr);
+  return SOAP_CLI_FAULT;
+}
+
 }  // namespace wsgated

@@ -30,6 +30,14 @@ inline const std::string& optionalText(const std::string* text) {
 //   return operationNotAvailable(soap, "getValue");
 int operationNotAvailable(struct soap* soap, const char* operation);
 
+// Answers a request that the operation refuses as the client's mistake:
+// sets a SOAP client fault (Sender in SOAP 1.2, "SOAP-ENV:Client" in SOAP
+// 1.1) whose reason is `reason`, and returns the engine's client-fault code
+// (1), which the operation returns.
+//
+//   return clientFault(soap, "No such subscriptionId to cancel");
+int clientFault(struct soap* soap, const std::string& reason);
+
 }  // namespace wsgated
 
 #endif  // CONTRACT_OPERATION_H_

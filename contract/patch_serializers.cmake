@@ -1,5 +1,5 @@
 # Rewrites the generated serializers (soapC.cpp) and declarations
-# (soapStub.h) in two ways. Invoked by contract/CMakeLists.txt with
+# (soapStub.h). Invoked by contract/CMakeLists.txt with
 # -DGEN_DIR=<folder of the generated files>.
 #
 # 1. An enumeration reads any decimal number that is not one of its
@@ -13,6 +13,8 @@
 # 2. Repeated elements of C++ types are read into tracked blocks
 #    (tracked_blocks.h), so that a message failing midway does not leak the
 #    items it had read.
+# 3. Sets of flags ("enum *") are read by readFlagList (flag_lists.h),
+#    which fails a list with an unknown name instead of skipping the name.
 file(READ "${GEN_DIR}/soapStub.h" stub)
 string(REGEX REPLACE "\nenum ([A-Za-z0-9_]+)[ \n]*[{]" "\nenum \\1 : int {" stub
   "${stub}")
@@ -23,6 +25,10 @@ string(REGEX REPLACE
   "soap_s2int\\(soap, s, &n\\) \\|\\| n < -?[0-9]+ \\|\\| n > -?[0-9]+\\)"
   "soap_s2int(soap, s, &n))" text "${text}")
 string(REPLACE "soap_block<" "tracked_block<" text "${text}")
+string(REGEX REPLACE
+  "\\*a = \\(enum ([A-Za-z0-9_]+)\\)soap_code_bits\\((soap_codes_[A-Za-z0-9_]+), s\\);"
+  "LONG64 bits = 0; if (wsgated::readFlagList(soap, \\2, s, &bits)) return soap->error; *a = (enum \\1)bits;"
+  text "${text}")
 string(REPLACE "#include \"soapH.h\""
-  "#include \"soapH.h\"\n#include \"contract/tracked_blocks.h\"" text "${text}")
+  "#include \"soapH.h\"\n#include \"contract/tracked_blocks.h\"\n#include \"contract/flag_lists.h\"" text "${text}")
 file(WRITE "${GEN_DIR}/soapC.cpp" "${text}")

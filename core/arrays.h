@@ -8,23 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "common/read_array.h"
+
 namespace wsgated {
 
 struct ServiceContext;
 struct ServiceOptions;
-
-// The attribute names read as arrays.
-extern const char* const kArrayAttributes;
-// "Attributes;Children;PossibleValues;WritableValues;.NotifyActions;.TrendTraits;.AlarmBatch"
-
-// True when `attribute` occurs anywhere in kArrayAttributes. The loose test
-// is the device's: "Value", "Trend" and "" pass too.
-bool isArrayAttribute(const std::string& attribute);
-
-// Fill `items` with the items of the array at `path` (may be null), or with
-// exactly one item, an error result.
-void readArray(ServiceContext* context, const ServiceOptions& options,
-               const std::string* path, std::vector<std::string>& items);
 
 // What the three array operations begin with: parse `optionsText` into
 // `options`, then readArray.

@@ -100,6 +100,28 @@ api_status_t read_stored(pcd_connection* c, const CPath& path,
   return status == API_STATUS_OK ? API_STATUS_NO_ATTRIBUTE : status;
 }
 
+// The writer of a stored leaf; a miss asks whether the node exists.
+api_status_t read_writer(pcd_connection* c, const CPath& path,
+                         std::string& writer) {
+  writer.clear();
+  {
+    StmtScope s(c, store::kStmtReadWriter);
+    if (!s.ok()) return s.error();
+    s.bind(1, path.getNodePath());
+    s.bind(2, path.getPathAttribute());
+    const int rc = s.step();
+    if (rc == SQLITE_ROW) {
+      const unsigned char* text = sqlite3_column_text(s.get(), 0);
+      if (text != nullptr) writer = reinterpret_cast<const char*>(text);
+      return API_STATUS_OK;
+    }
+    if (rc != SQLITE_DONE) return store::status_from_sqlite(rc);
+  }
+  long long id = 0;
+  const api_status_t status = find_node(c, path.getNodePath(), &id, nullptr);
+  return status == API_STATUS_OK ? API_STATUS_NO_ATTRIBUTE : status;
+}
+
 // The texts of a bound one-column query joined with ";" (Children,
 // Attributes).
 api_status_t join_names(StmtScope& s, std::string& out) {
@@ -397,6 +419,35 @@ api_status_t increment(pcd_connection* c, const CPath& path, int32_t delta,
   return status;
 }
 
+// fetch_increment_leaf inside its transaction.
+api_status_t fetch_increment(pcd_connection* c, const CPath& path,
+                             int32_t& taken, data_type_t type,
+                             pcd_tribool_t persist, const std::string& source) {
+  api_status_t status = check_writable(path);
+  if (status != API_STATUS_OK) return status;
+  CElement element;
+  element_property_t property;
+  status = read_stored(c, path, element, property);
+  if (status != API_STATUS_OK) return status;
+  const int32_t value = element.to_int();
+  if (type == PCD_TYPE_NONE) {
+    type = element.get_type() == PCD_TYPE_UINT ? PCD_TYPE_UINT : PCD_TYPE_INT;
+  }
+  // Unsigned arithmetic: counters wrap around instead of overflowing.
+  const uint32_t next = static_cast<uint32_t>(value) + 1u;
+  CElement written;
+  if (type == PCD_TYPE_UINT) {
+    written.set_uint(next);
+  } else if (type == PCD_TYPE_INT) {
+    written.set_int(static_cast<int32_t>(next));
+  } else {
+    return API_STATUS_TYPE_MISMATCH;
+  }
+  status = write_leaf(c, path, written, persist, source);
+  if (status == API_STATUS_OK) taken = value;
+  return status;
+}
+
 api_status_t insert_node(pcd_connection* c, const std::string& node_path,
                          long long parent, const std::string& name,
                          long long* id) {
@@ -436,6 +487,26 @@ api_status_t create_node(pcd_connection* c, const std::string& node_path) {
     status = store::bump_security_generation(c);
   }
   return status;
+}
+
+// PCD_WRITE_CREATE_DYNAMIC_NODE: the leaf's node, made when it is missing
+// and its parent has dynamic children.
+api_status_t create_dynamic_node(pcd_connection* c, const CPath& path) {
+  long long id = 0;
+  api_status_t status = find_node(c, path.getNodePath(), &id, nullptr);
+  if (status != API_STATUS_NO_NODE) return status;
+  std::string parent, name;
+  CPath::LopLastSubpath(path.getNodePath(), parent, name);
+  CPath dynamic;
+  CElement flag;
+  element_property_t property;
+  if (!parse(dynamic, parent + ":HasDynamicChildren") ||
+      read_stored(c, dynamic, flag, property) != API_STATUS_OK ||
+      !flag.to_bool()) {
+    return API_STATUS_NO_NODE;
+  }
+  status = create_node(c, path.getNodePath());
+  return status == API_STATUS_EXISTS ? API_STATUS_OK : status;
 }
 
 // Deletes the node, its descendants (a range of the path index: every path
@@ -529,6 +600,17 @@ int CCds::get_leaf(const std::string& path, api_status_t& status,
   });
 }
 
+int CCds::get_leaf_writer(const std::string& path, api_status_t& status,
+                          std::string& writer) {
+  return run_call(handle, status, [&] {
+    writer.clear();
+    if (handle == nullptr) return API_STATUS_NOT_OPEN;
+    CPath parsed;
+    if (!parse(parsed, path)) return API_STATUS_BAD_PATH;
+    return read_writer(handle, parsed, writer);
+  });
+}
+
 int CCds::get_leaves(const std::vector<std::string>& paths,
                      std::vector<api_status_t>& statuses,
                      std::vector<CElement>& elements,
@@ -559,9 +641,22 @@ int CCds::get_leaves(const std::vector<std::string>& paths,
 int CCds::set_leaf(const std::string& path, const CElement& element,
                    api_status_t& status, pcd_tribool_t persist,
                    const std::string& source) {
+  return set_leaf(path, element, status, persist, source, PCD_WRITE_DEFAULT);
+}
+
+int CCds::set_leaf(const std::string& path, const CElement& element,
+                   api_status_t& status, pcd_tribool_t persist,
+                   const std::string& source, unsigned options) {
   return run_call(handle, status, [&] {
     return change_tree(handle, path, [&](const CPath& parsed) {
-      return write_leaf(handle, parsed, element, persist, source);
+      api_status_t made = API_STATUS_OK;
+      if ((options & PCD_WRITE_CREATE_DYNAMIC_NODE) != 0 &&
+          check_writable(parsed) == API_STATUS_OK) {
+        made = create_dynamic_node(handle, parsed);
+      }
+      return made == API_STATUS_OK
+                 ? write_leaf(handle, parsed, element, persist, source)
+                 : made;
     });
   });
 }
@@ -633,6 +728,17 @@ int CCds::increment_leaf(const std::string& path, int32_t delta,
   return run_call(handle, status, [&] {
     return change_tree(handle, path, [&](const CPath& parsed) {
       return increment(handle, parsed, delta, new_value, source);
+    });
+  });
+}
+
+int CCds::fetch_increment_leaf(const std::string& path, api_status_t& status,
+                               int32_t& taken, data_type_t type,
+                               pcd_tribool_t persist,
+                               const std::string& source) {
+  return run_call(handle, status, [&] {
+    return change_tree(handle, path, [&](const CPath& parsed) {
+      return fetch_increment(handle, parsed, taken, type, persist, source);
     });
   });
 }

@@ -54,6 +54,14 @@ class CCds {
   int get_leaf(const std::string& path, api_status_t& status,
                CElement& element, element_property_t& property);
 
+  // Who last wrote one stored leaf: the `source` its writer gave set_leaf
+  // (or set_leaves, increment_leaf, ...), "" for a leaf written without
+  // one. Computed attributes have no writer (API_STATUS_NO_ATTRIBUTE).
+  // A program that must know whose a node is (the publisher, for the
+  // subscriptions' owners) reads it here.
+  int get_leaf_writer(const std::string& path, api_status_t& status,
+                      std::string& writer);
+
   // Read many leaves in one transaction. The three output vectors are
   // resized to paths.size() and filled per path.
   int get_leaves(const std::vector<std::string>& paths,
@@ -71,6 +79,12 @@ class CCds {
   int set_leaf(const std::string& path, const CElement& element,
                api_status_t& status, pcd_tribool_t persist,
                const std::string& source);
+  // The same with `options` (pcd_write_option_t): only the writers that
+  // need them name them (the device command queue), so that every other
+  // write keeps refusing a missing node.
+  int set_leaf(const std::string& path, const CElement& element,
+               api_status_t& status, pcd_tribool_t persist,
+               const std::string& source, unsigned options);
 
   // Write many leaves in one transaction, all or nothing: when any leaf
   // fails, nothing is written, the failing leaves get their status and the
@@ -89,6 +103,18 @@ class CCds {
   int increment_leaf(const std::string& path, int32_t delta,
                      api_status_t& status, int32_t* new_value,
                      const std::string& source);
+
+  // Take a number from a counter leaf: read its value, write it back plus
+  // one and give the value read in `taken`, all in one transaction, so
+  // that processes sharing the counter never take the same number. The
+  // value is read as a number as CElement::to_int reads it. The new value
+  // is stored as `type` (PCD_TYPE_UINT or PCD_TYPE_INT; PCD_TYPE_NONE keeps
+  // the leaf's type, Integer when it is not a number type) with
+  // `persist`. A leaf that cannot be read (NO_NODE, NO_ATTRIBUTE,
+  // NOT_TYPED, BAD_PATH) is left as it is, and `taken` is untouched.
+  int fetch_increment_leaf(const std::string& path, api_status_t& status,
+                           int32_t& taken, data_type_t type,
+                           pcd_tribool_t persist, const std::string& source);
 
   // Create a node, and any missing ancestors. An existing node gives
   // API_STATUS_EXISTS and is left as it is.
@@ -234,6 +260,34 @@ class CCdsSnapshot {
   }
   CCdsSnapshot(const CCdsSnapshot&) = delete;
   CCdsSnapshot& operator=(const CCdsSnapshot&) = delete;
+
+ private:
+  pcd_handle_t handle_;
+  bool owner_;
+};
+
+// One transaction group for the lifetime of the object (pcd_begin), rolled
+// back unless Commit() succeeded: the calls made while it lives are written
+// all or nothing, and no other process sees them before the commit. Inside
+// another group it joins that one, and Commit() leaves the decision to the
+// group's owner. When the group cannot begin (the store stayed locked past
+// the busy time-out) the calls run one by one and fail on their own.
+class CCdsGroup {
+ public:
+  explicit CCdsGroup(CCds& cds)
+      : handle_(cds.handle), owner_(pcd_begin(cds.handle) == 0) {}
+  ~CCdsGroup() {
+    if (owner_) pcd_rollback(handle_);
+  }
+  CCdsGroup(const CCdsGroup&) = delete;
+  CCdsGroup& operator=(const CCdsGroup&) = delete;
+  // 0 when the group's writes are committed (or left to the enclosing
+  // group); non-zero when the commit failed and they are gone.
+  int Commit() {
+    if (!owner_) return 0;
+    owner_ = false;
+    return pcd_commit(handle_);
+  }
 
  private:
   pcd_handle_t handle_;

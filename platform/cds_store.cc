@@ -49,6 +49,8 @@ const char* const kSql[kStmtCount] = {
     "SELECT k.rowid, l.type, l.value, l.sec, l.usec, l.prop "
     "FROM cds_keys(?1) k CROSS JOIN leaf l "
     "WHERE l.path = k.node AND l.attr = k.attr",
+    /* kStmtReadWriter */
+    "SELECT writer FROM leaf WHERE path = ?1 AND attr = ?2",
     /* kStmtNodeId */ "SELECT id, name FROM node WHERE path = ?1",
     /* kStmtChildNames */ "SELECT name FROM node WHERE parent = ?1 ORDER BY id",
     /* kStmtChildCount */ "SELECT count(*) FROM node WHERE parent = ?1",

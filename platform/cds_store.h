@@ -73,6 +73,7 @@ enum StmtId : int {
   // the tree
   kStmtReadLeaf,
   kStmtReadLeaves,
+  kStmtReadWriter,
   kStmtNodeId,
   kStmtChildNames,
   kStmtChildCount,

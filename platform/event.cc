@@ -292,6 +292,23 @@ void CEvent::format_source_string(std::string& source, const char* origin,
   source += address;
 }
 
+bool CEvent::parse_source_string(const std::string& source,
+                                 std::string& origin, std::string& user,
+                                 std::string& address) {
+  origin.clear();
+  user.clear();
+  address.clear();
+  const size_t colon = source.find(':');
+  const size_t at = source.rfind('@');
+  if (colon == std::string::npos || at == std::string::npos || at < colon) {
+    return false;
+  }
+  origin = source.substr(0, colon);
+  user = source.substr(colon + 1, at - colon - 1);
+  address = source.substr(at + 1);
+  return true;
+}
+
 std::string CEvent::serialize() const {
   std::string out = kVersionField;
   AddField(out, "kind", std::to_string(kind));

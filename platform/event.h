@@ -67,6 +67,15 @@ class CEvent {
   static void format_source_string(std::string& source, const char* origin,
                                    const char* user, const char* address);
 
+  // Split a change-source text back into its parts: the origin up to the
+  // first ":", the address after the last "@", the user between them
+  // (origins never hold ":", addresses never "@"; a user may hold either).
+  // Returns false, leaving the parts empty, when `source` has not that
+  // form.
+  static bool parse_source_string(const std::string& source,
+                                  std::string& origin, std::string& user,
+                                  std::string& address);
+
   // A self-describing single-line text form (key=value fields separated by
   // tabs, with escaping) used by the store's event queue and by tools;
   // deserialize(serialize(e)) gives back an equal event. deserialize

@@ -309,6 +309,19 @@ std::string CPath::PathToNodeName(const std::string& path) {
   return name;
 }
 
+std::string CPath::LastNodeName(const std::string& path) {
+  CPath parsed(path);
+  if (parsed.normalize() != 0) return std::string();
+  const std::string& node = parsed.getNodePath();
+  return node.substr(node.rfind('/') + 1);
+}
+
+bool CPath::IsNodePath(const std::string& text) {
+  CPath parsed(text);
+  return parsed.normalize() == 0 && !parsed.hasExplicitAttribute() &&
+         parsed.getNodePath() == text;
+}
+
 std::string CPath::DottedPathToNodePath(const std::string& name) {
   if (name.empty()) return std::string();
   std::string path = "/";

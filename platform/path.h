@@ -110,6 +110,18 @@ class CPath {
   static std::string PathToNodeName(const std::string& path);
   static std::string DottedPathToNodePath(const std::string& name);
 
+  // The name of the node a path names: the last component of its node
+  // path ("/Devices/Meter1", "/Devices/Meter1/" and "/Devices/Meter1:Units"
+  // give "Meter1"); "" for the root and for a path that does not parse. A
+  // device's command area is named so ("/Software/Commands/Meter1").
+  static std::string LastNodeName(const std::string& path);
+
+  // True when `text` is a node path exactly as normalising writes it:
+  // "/A/B", not "/A//B", "/A/B/", "/A:x" or "/A/Value" (an attribute of
+  // /A). Callers that build a path from client texts check with it that
+  // the texts named one node each and not some other node or attribute.
+  static bool IsNodePath(const std::string& text);
+
   // Authorization of `user` (the anonymous role when empty) for this path.
   // The caller names the user: a web service passes the REMOTE_USER its web
   // server authenticated, a companion process the user it acts for. Roles

@@ -20,32 +20,9 @@
 
 namespace toolkit {
 
+const char* const kSwInfoSource = "SwInfo:toolkit@localhost";
+
 namespace {
-
-const char* const kSource = "SwInfo:toolkit@localhost";
-
-// A transaction group for the calls made while it lives; rolled back unless
-// committed. When the handle is already inside a group (the caller's),
-// pcd_begin refuses and we simply join the caller's group.
-class Group {
- public:
-  explicit Group(pcd_handle_t handle)
-      : handle_(handle), owner_(handle && pcd_begin(handle) == 0) {}
-  ~Group() {
-    if (owner_) pcd_rollback(handle_);
-  }
-  Group(const Group&) = delete;
-  Group& operator=(const Group&) = delete;
-  int Commit() {
-    if (!owner_) return 0;
-    owner_ = false;
-    return pcd_commit(handle_);
-  }
-
- private:
-  pcd_handle_t handle_;
-  bool owner_;
-};
 
 // "<node>:<attribute>": the colon form names the node whatever its name.
 std::string LeafPath(const std::string& node, const std::string& attribute) {
@@ -160,7 +137,7 @@ int CCds_SwInfo::bind(CCds* cds, const std::string& nodePath) {
                             {nullptr, "/AppError", status},
                             {nullptr, "/Pid", pid_point},
                             {nullptr, "/Started", started_point}};
-  Group group(cds_->handle);
+  CCdsGroup group(*cds_);
   for (const tagnval& point : points) {
     if (FillSwInfoNode(&point) != 0) return 1;
   }
@@ -175,7 +152,8 @@ int CCds_SwInfo::SetAppError(int error) {
   return SetIntValue(node_, "/AppError", error);
 }
 
-int CCds_SwInfo::FillSwInfoNode(const tagnval* entry) {
+int CCds_SwInfo::FillSwInfoNode(const tagnval* entry,
+                                const std::string& source) {
   if (cds_ == nullptr || entry == nullptr || node_.empty()) return 1;
   std::string node = NodePathOf(node_ + (entry->path ? entry->path : ""));
   if (node.empty()) return 1;
@@ -183,9 +161,9 @@ int CCds_SwInfo::FillSwInfoNode(const tagnval* entry) {
     std::string base = NodePathOf(entry->base);
     if (base.empty() || !IsBelow(node, base)) return 1;
   }
-  Group group(cds_->handle);
+  CCdsGroup group(*cds_);
   api_status_t status;
-  if (cds_->add_node(node, status, kSource) != 0 ||
+  if (cds_->add_node(node, status, source) != 0 ||
       (status != API_STATUS_OK && status != API_STATUS_EXISTS)) {
     return 1;
   }
@@ -197,7 +175,7 @@ int CCds_SwInfo::FillSwInfoNode(const tagnval* entry) {
   if (!writes.paths.empty()) {
     std::vector<api_status_t> statuses;
     if (cds_->set_leaves(writes.paths, writes.values, {}, statuses,
-                         kSource) != 0 ||
+                         source) != 0 ||
         !AllOk(statuses)) {
       return 1;
     }
@@ -206,23 +184,25 @@ int CCds_SwInfo::FillSwInfoNode(const tagnval* entry) {
 }
 
 int CCds_SwInfo::SetIntValue(const std::string& nodePath,
-                             const std::string& leaf, int value) {
+                             const std::string& leaf, int value,
+                             const std::string& source) {
   if (cds_ == nullptr) return 1;
   api_status_t status;
   int rc = cds_->set_leaf(nodePath + leaf + "/Value",
                           CElement(static_cast<int32_t>(value)), status,
-                          PCD_TRIBOOL_UNKNOWN, kSource);
+                          PCD_TRIBOOL_UNKNOWN, source);
   return rc != 0 ? rc : (status == API_STATUS_OK ? 0 : 1);
 }
 
 int CCds_SwInfo::UpdateIntValue(const std::string& nodePath,
                                 const std::string& leaf, int delta,
-                                int* newValue) {
+                                int* newValue,
+                                const std::string& source) {
   if (cds_ == nullptr) return 1;
   api_status_t status;
   int32_t result = 0;
   int rc = cds_->increment_leaf(nodePath + leaf + "/Value", delta, status,
-                                &result, kSource);
+                                &result, source);
   if (rc != 0) return rc;
   if (status != API_STATUS_OK) return 1;
   if (newValue) *newValue = result;

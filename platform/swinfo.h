@@ -14,6 +14,13 @@ namespace toolkit {
 
 class CCds;
 
+// The change source of the writes below when the caller names none. A
+// program that fills nodes on behalf of someone (the web services, for a
+// subscriber) passes that someone's source instead, so that readers can
+// tell whose the nodes are from their leaves' writer
+// (CCds::get_leaf_writer).
+extern const char* const kSwInfoSource;  // "SwInfo:toolkit@localhost"
+
 // A program's state as shown in its AppStatus point.
 enum AppStatuses : int {
   APP_STATUS_UNKNOWN = 0,
@@ -59,15 +66,17 @@ class CCds_SwInfo {
   // Create the node `node() + entry->path` when missing, then write its
   // attributes in one transaction. Returns 0 on success; non-zero when the
   // node lies outside entry->base or the store refuses.
-  int FillSwInfoNode(const tagnval* entry);
+  int FillSwInfoNode(const tagnval* entry,
+                     const std::string& source = kSwInfoSource);
 
   // Write `value` (Integer) to "<nodePath><leaf>/Value".
   int SetIntValue(const std::string& nodePath, const std::string& leaf,
-                  int value);
+                  int value, const std::string& source = kSwInfoSource);
   // Add `delta` to "<nodePath><leaf>/Value" atomically; `newValue` (may be
   // null) receives the result.
   int UpdateIntValue(const std::string& nodePath, const std::string& leaf,
-                     int delta, int* newValue);
+                     int delta, int* newValue,
+                     const std::string& source = kSwInfoSource);
 
  private:
   CCds* cds_;

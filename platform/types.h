@@ -60,6 +60,17 @@ enum pcd_tribool_t : int {
   PCD_TRIBOOL_FALSE = 2,
 };
 
+// Options of a leaf write (CCds::set_leaf), or-ed together.
+enum pcd_write_option_t : unsigned {
+  PCD_WRITE_DEFAULT = 0,
+  // Create the leaf's node when it is missing and its parent's
+  // HasDynamicChildren is true, in the same transaction as the write: an
+  // entry of a queue appears with its value or not at all. Only the node
+  // itself is created; a missing parent, or one whose children are not
+  // dynamic, still gives API_STATUS_NO_NODE.
+  PCD_WRITE_CREATE_DYNAMIC_NODE = 1u << 0,
+};
+
 // Opaque connection to the store, obtained from pcd_init().
 typedef struct pcd_connection* pcd_handle_t;
 

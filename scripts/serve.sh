@@ -84,6 +84,8 @@ companions=()
 # The trend recorder: samples the trended points into the trend log
 # (WSGATED_TREND_SAMPLE_S seconds apart, default 5); its log is trends.log.
 companions+=(--program "trends=$(quote_word "$build_dir/card/trends/card-trends") -D 2 --log-file $(quote_word "$run_dir/trends.log") --trend-log $(quote_word "$WSGATED_TREND_LOG") --sample-seconds ${WSGATED_TREND_SAMPLE_S:-5}")
+# The meter's command handler (docs/commands.md); its log is commands.log.
+companions+=(--program "commands=$(quote_word "$build_dir/card/commands/card-commands") -D 2 --log-file $(quote_word "$run_dir/commands.log") --device /Devices/Meter1")
 # The alarm handler: raises alarms from the points' alarm rules and acts on
 # acknowledgements (docs/alarms.md); its log is alarms.log.
 companions+=(--program "alarms=$(quote_word "$build_dir/card/alarms/card-alarms") -D 2 --log-file $(quote_word "$run_dir/alarms.log") --event-log $(quote_word "$WSGATED_EVENT_LOG")")

@@ -139,4 +139,27 @@ TEST(Enumerations, NumbersOutsideTheTableAreReadAndWrittenUnchecked) {
                         engine.get(), static_cast<nsqv__LogRqstType>(0)));
 }
 
+// A set of flags reads each symbol or number of its list; an unknown name
+// or an empty list fails the message instead of being skipped.
+TEST(Enumerations, FlagListsAreReadStrictly) {
+  Engine engine;
+  const struct {
+    const char* text;
+    int bits;  // -1: refused
+  } cases[] = {{" Quality\tAlarm ", 20}, {"Alarm 32", 36}, {"alarm", -1},
+               {"  ", -1}, {"4x", -1}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text);
+    nsc1__SubscribeLogOptions flags = nsc1__SubscribeLogOptions__Trend;
+    const int rc =
+        soap_s2nsc1__SubscribeLogOptions(engine.get(), c.text, &flags);
+    EXPECT_EQ(c.bits < 0 ? SOAP_TYPE : SOAP_OK, rc);
+    // A refused list leaves the field as it was.
+    EXPECT_EQ(c.bits < 0 ? 1 : c.bits, static_cast<int>(flags));
+  }
+  EXPECT_STREQ("NonAlarmEvent Alarm",
+               soap_nsc1__SubscribeLogOptions2s(
+                   engine.get(), static_cast<nsc1__SubscribeLogOptions>(6)));
+}
+
 }  // namespace

@@ -124,6 +124,8 @@ class Stack:
         self.reboot_cmd = os.path.join(self.dir, "no-reboot")
         # The card's data files (deploy/paths.env) under this stack's folder.
         self.paths = card_paths(os.path.join(self.dir, "data"))
+        # Card processes started by start_companion, stopped by close().
+        self.companions = []
 
     # -- set-up -------------------------------------------------------
     def __enter__(self):
@@ -223,6 +225,16 @@ class Stack:
                    or not pid_alive(self.daemon_pid), "the daemon's socket")
         assert pid_alive(self.daemon_pid), self.daemon_log()
 
+    def start_companion(self, program, *args):
+        """Starts a card process (docs/card.md) on this stack's store and
+        log; it is stopped, by its pid, when the stack closes."""
+        proc = subprocess.Popen(
+            [program, "--store", self.store, "--log-file", self.log]
+            + list(args), env=self.env(), stdin=subprocess.DEVNULL,
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.companions.append(proc)
+        return proc
+
     def registered_pid(self):
         # "wsgated\tpid 123\tperiod 90s\tlast ping ..."
         for line in self.cdsctl("watchdogs").stdout.splitlines():
@@ -290,6 +302,10 @@ class Stack:
 
     def close(self):
         try:
+            for proc in self.companions:
+                if proc.poll() is None:
+                    proc.terminate()
+                    proc.wait(timeout=START_LIMIT_S)
             self.stop_daemon()
         finally:
             if self.nginx_pid is not None and pid_alive(self.nginx_pid):

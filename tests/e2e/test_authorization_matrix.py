@@ -35,6 +35,7 @@ PREFIX = dict.fromkeys(["getDeviceTree", "getLeafDescriptors", "whoAmI",
                         "getLocalAndUtcTime", "findAttributeMatches"], "nsqv")
 PREFIX.update(dict.fromkeys(["SetLeaf", "SetLeaves", "CreateNode",
                              "RemoveNode", "Reset"], "nst1"))
+PREFIX.update(dict.fromkeys(["sendDeviceCmd", "getDeviceCmdResult"], "nsk7"))
 
 # Label (the operation, and what sets the row apart) -> (fields, witness).
 # The witness is a text the answer holds when the caller got what was
@@ -73,6 +74,14 @@ CALLS = {
     # The stack's reboot program does not exist: an Administrator's Reset
     # is logged and attempted, and answers why it failed.
     "Reset": ({}, FAILED_REBOOT),
+    # Without a command nothing is queued: the answer shows that the
+    # caller got past the rights test.
+    "sendDeviceCmd": (dict(devPath="/Devices/Meter1"),
+                      "? 29 Command Not Supported : "
+                      "No command support for this type"),
+    "getDeviceCmdResult": (dict(devPath="/Devices/Meter1", cmdHandle="999"),
+                           "? 32 Handle Invalid or Expired : "
+                           "/Devices/Meter1 for cmd #999"),
 }
 
 # ok      the answer holds the witness (or is clean when there is none)
@@ -103,6 +112,8 @@ EXPECTED = {
     "CreateNode":             "401      401       401       401       ok",
     "RemoveNode":             "401      401       401       401       ok",
     "Reset":                  "401      401       401       401       ok",
+    "sendDeviceCmd":          "401      401       401       ok        ok",
+    "getDeviceCmdResult":     "401      denied    ok        ok        ok",
 }
 
 

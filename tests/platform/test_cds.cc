@@ -316,6 +316,90 @@ TEST_F(CdsStoreTest, GroupCommitsOrDiscardsEverything) {
   EXPECT_NE(0, pcd_commit(cds_->handle));
 }
 
+// CCdsGroup: all or nothing for its lifetime, and a member of an
+// enclosing group leaves the decision to that group.
+TEST_F(CdsStoreTest, GroupObjectRollsBackUnlessCommitted) {
+  {
+    toolkit::CCdsGroup group(*cds_);
+    AddNode("/G");
+  }
+  EXPECT_FALSE(Exists("/G"));
+  ASSERT_EQ(0, pcd_begin(cds_->handle));
+  {
+    toolkit::CCdsGroup inner(*cds_);
+    AddNode("/G");
+    EXPECT_EQ(0, inner.Commit());
+  }
+  ASSERT_EQ(0, pcd_rollback(cds_->handle));
+  EXPECT_FALSE(Exists("/G"));
+}
+
+// Only a write that asks for it creates the leaf's missing node, and only
+// below a parent with dynamic children; a write that fails leaves no node.
+TEST_F(CdsStoreTest, WriteCreatesDynamicNodesWhenAsked) {
+  AddNode("/Q");
+  Set("/Q:HasDynamicChildren", CElement(true));
+  AddNode("/Static");
+  const struct {
+    const char* path;
+    unsigned options;
+    api_status_t status;
+  } cases[] = {
+      {"/Q/1/Value", PCD_WRITE_DEFAULT, API_STATUS_NO_NODE},
+      {"/Static/1/Value", PCD_WRITE_CREATE_DYNAMIC_NODE, API_STATUS_NO_NODE},
+      {"/Missing/1/Value", PCD_WRITE_CREATE_DYNAMIC_NODE, API_STATUS_NO_NODE},
+      {"/Q/2:Children", PCD_WRITE_CREATE_DYNAMIC_NODE,
+       API_STATUS_READ_ONLY_LEAF},
+      {"/Q/3/Value", PCD_WRITE_CREATE_DYNAMIC_NODE, API_STATUS_OK},
+      {"/Q/3/Units", PCD_WRITE_CREATE_DYNAMIC_NODE, API_STATUS_OK},
+  };
+  for (const auto& c : cases) {
+    api_status_t status;
+    cds_->set_leaf(c.path, CElement("x"), status, PCD_TRIBOOL_UNKNOWN, "test",
+                   c.options);
+    EXPECT_EQ(c.status, status) << c.path;
+  }
+  EXPECT_EQ("3", Get("/Q:Children").to_string());
+  EXPECT_EQ("x", Get("/Q/3/Value").to_string());
+  EXPECT_EQ("", Get("/Static:Children").to_string());
+}
+
+// A number is taken and the counter written back plus one (in its own type
+// unless asked otherwise: the command queue's is tested with it); a
+// counter that cannot be read is left alone.
+TEST_F(CdsStoreTest, FetchIncrementTakesTheValueRead) {
+  AddNode("/N");
+  Set("/N/Value", CElement(7));
+  api_status_t status;
+  int32_t taken = -1;
+  ASSERT_EQ(0, cds_->fetch_increment_leaf("/N", status, taken, PCD_TYPE_NONE,
+                                          PCD_TRIBOOL_UNKNOWN, "test"));
+  EXPECT_EQ(7, taken);
+  EXPECT_EQ(PCD_TYPE_INT, Get("/N/Value").get_type());
+  EXPECT_EQ(8, Get("/N/Value").to_int());
+  for (const char* path : {"/Nope/Value", "/N/Units"}) {
+    taken = -1;
+    cds_->fetch_increment_leaf(path, status, taken, PCD_TYPE_NONE,
+                               PCD_TRIBOOL_UNKNOWN, "test");
+    EXPECT_NE(API_STATUS_OK, status) << path;
+    EXPECT_EQ(-1, taken) << path;
+  }
+}
+
+// Every stored leaf keeps the source of its last write; computed
+// attributes have none.
+TEST_F(CdsStoreTest, LeafWriterIsTheLastWritersSource) {
+  AddNode("/W");
+  Set("/W/Value", CElement(1));
+  api_status_t status;
+  std::string writer;
+  for (const char* path : {"/W/Value", "/W:Children", "/Nope/Value"}) {
+    cds_->get_leaf_writer(path, status, writer);
+    EXPECT_EQ(path == std::string("/W/Value") ? "test" : "", writer) << path;
+  }
+  EXPECT_EQ(API_STATUS_NO_NODE, status);
+}
+
 TEST_F(CdsStoreTest, SnapshotReadsOneStateAndRefusesWrites) {
   auto other = store_.Open();
   AddNode("/S");

@@ -1,5 +1,6 @@
-// CEvent: the text form and its round trip. (The change-source text is
-// tested through the writes that record it.)
+// CEvent: the text form and its round trip, and the change-source text
+// split back into its parts. (Building it is tested through the writes that
+// record it.)
 
 #include "platform/event.h"
 
@@ -154,6 +155,33 @@ TEST(EventText, MalformedTextIsRefusedAndLeavesEventUnchanged) {
     EXPECT_FALSE(e.deserialize(text)) << text;
     EXPECT_EQ("untouched", e.description);
     EXPECT_EQ(192, e.quality);
+  }
+}
+
+// Whose a change was: the user between the origin's ":" and the address's
+// "@", whatever the user holds; texts of another form give nothing.
+TEST(SourceString, SplitsBackIntoOriginUserAndAddress) {
+  const struct {
+    const char* source;
+    bool parsed;
+    const char* origin;
+    const char* user;
+    const char* address;
+  } cases[] = {
+      {"Web-Services:alice@127.0.0.1", true, "Web-Services", "alice",
+       "127.0.0.1"},
+      {"Web-Services:a:b@c@10.0.0.1", true, "Web-Services", "a:b@c",
+       "10.0.0.1"},
+      {"", false, "", "", ""},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.source);
+    std::string origin = "stale", user = "stale", address = "stale";
+    EXPECT_EQ(c.parsed,
+              CEvent::parse_source_string(c.source, origin, user, address));
+    EXPECT_EQ(c.origin, origin);
+    EXPECT_EQ(c.user, user);
+    EXPECT_EQ(c.address, address);
   }
 }
 

@@ -190,6 +190,28 @@ TEST(Path, LopLastSubpath) {
   EXPECT_EQ(parent + " " + last, "/A/B Value");
 }
 
+// A device's node name, and whether a built text spells one node exactly.
+TEST(Path, LastNodeNameAndExactNodePaths) {
+  const struct {
+    const char* text;
+    const char* name;
+    bool node_path;
+  } cases[] = {
+      {"/Devices/Meter1", "Meter1", true},
+      {"/Devices/Meter1/", "Meter1", false},
+      {"/Devices/Meter1/Value", "Meter1", false},
+      {"/Devices/Meter1:Units", "Meter1", false},
+      {"/Devices//Meter 1.a", "Meter 1.a", false},
+      {"/", "", true},
+      {"Meter1", "", false},
+      {"/Devices/../Meter1", "", false},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.name, CPath::LastNodeName(c.text)) << c.text;
+    EXPECT_EQ(c.node_path, CPath::IsNodePath(c.text)) << c.text;
+  }
+}
+
 class PathStore : public testing_store::StoreTest {};
 
 TEST_F(PathStore, ChildPathsAndAttributeLists) {

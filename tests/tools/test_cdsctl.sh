@@ -71,6 +71,10 @@ expect 0 --store "$store" get /Devices/UPS1/LowBatteryThreshold
 [ "$out" = "30" ] || fail "threshold read '$out'"
 expect 3 --store "$store" set /Devices/UPS1/LowBatteryThreshold thirty
 contains "$err" "TYPE_MISMATCH" "text into an Integer"
+# Every write records who made it.
+expect 0 --store "$store" writer /Devices/UPS1/LowBatteryThreshold
+[ "$out" = "cdsctl:${USER:-unknown}@local" ] || fail "writer read '$out'"
+expect 3 --store "$store" writer /Devices/UPS1:Children
 
 # .Time and .Source describe the leaf, not its value.
 expect 0 --store "$store" get /Devices/UPS1/LowBatteryThreshold/Value.Time

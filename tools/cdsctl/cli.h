@@ -92,6 +92,8 @@ int CmdExport(const Invocation& invocation);
 // cmd_tree.cc
 int CmdShow(const Invocation& invocation);
 int CmdGet(const Invocation& invocation);
+int CmdWriter(const Invocation& invocation);
+int CmdTake(const Invocation& invocation);
 int CmdSet(const Invocation& invocation);
 int CmdAdd(const Invocation& invocation);
 int CmdRemove(const Invocation& invocation);

@@ -208,6 +208,48 @@ int CmdGet(const Invocation& invocation) {
   return rc;
 }
 
+int CmdWriter(const Invocation& invocation) {
+  std::string error;
+  if (!NoUnknownOptions(invocation.args, &error)) return UsageError(error);
+  if (invocation.args.size() != 1) return UsageError("writer needs one path");
+  std::unique_ptr<toolkit::CCds> cds = OpenStore(invocation);
+  if (!cds) return kExitNoStore;
+  api_status_t status = API_STATUS_UNKNOWN;
+  std::string writer;
+  cds->get_leaf_writer(invocation.args[0], status, writer);
+  if (status != API_STATUS_OK) {
+    return Failed("writer " + invocation.args[0], status);
+  }
+  std::cout << writer << "\n";
+  return kExitOk;
+}
+
+int CmdTake(const Invocation& invocation) {
+  std::vector<std::string> args = invocation.args;
+  std::string error;
+  long long count = 1;
+  if (!TakeNumberOption(&args, "--count", 1, &count, &error)) {
+    return UsageError(error);
+  }
+  if (!NoUnknownOptions(args, &error)) return UsageError(error);
+  if (args.size() != 1 || count < 1) {
+    return UsageError("take needs a counter's path and a count above 0");
+  }
+  std::unique_ptr<toolkit::CCds> cds = OpenStore(invocation);
+  if (!cds) return kExitNoStore;
+  for (long long i = 0; i < count; ++i) {
+    api_status_t status = API_STATUS_UNKNOWN;
+    int32_t taken = 0;
+    if (cds->fetch_increment_leaf(args[0], status, taken, PCD_TYPE_NONE,
+                                  PCD_TRIBOOL_UNKNOWN, invocation.source) != 0 ||
+        status != API_STATUS_OK) {
+      return Failed("take " + args[0], status);
+    }
+    std::cout << taken << "\n";
+  }
+  return kExitOk;
+}
+
 int CmdSet(const Invocation& invocation) {
   std::vector<std::string> args = invocation.args;
   std::string error, type_name, time_text;

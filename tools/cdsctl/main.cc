@@ -25,6 +25,9 @@ const char kUsage[] =
     "Tree:\n"
     "  show [PATH] [--depth N]        nodes with their attributes\n"
     "  get PATH...                    read leaves (one path: the value only)\n"
+    "  writer PATH                    the change source that last wrote a leaf\n"
+    "  take PATH [--count N]          take N numbers from a counter leaf (each\n"
+    "                                 read and incremented in one transaction)\n"
     "  set PATH VALUE [--type T] [--persist] [--time TIME]\n"
     "                                 write a leaf; the text is converted to\n"
     "                                 the leaf's type, or to T; stamped TIME\n"
@@ -74,7 +77,8 @@ struct Command {
 const Command kCommands[] = {
     {"create", CmdCreate},       {"load", CmdLoad},
     {"export", CmdExport},       {"show", CmdShow},
-    {"get", CmdGet},             {"set", CmdSet},
+    {"get", CmdGet},             {"writer", CmdWriter},
+    {"take", CmdTake},           {"set", CmdSet},
     {"add", CmdAdd},             {"remove", CmdRemove},
     {"clear", CmdClear},         {"users", CmdUsers},
     {"user", CmdUser},           {"anonymous", CmdAnonymous},
