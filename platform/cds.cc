@@ -748,7 +748,11 @@ int CCds::add_node(const std::string& path, api_status_t& status,
   return run_call(handle, status, [&] {
     return change_tree(handle, path, [&](const CPath& parsed) {
       if (parsed.hasExplicitAttribute()) return API_STATUS_BAD_PATH;
-      return create_node(handle, parsed.getNodePath());
+      const api_status_t created = create_node(handle, parsed.getNodePath());
+      return created == API_STATUS_OK
+                 ? store::journal_structure(handle, "created",
+                                            parsed.getNodePath(), source)
+                 : created;
     });
   });
 }
@@ -757,7 +761,11 @@ int CCds::remove_node(const std::string& path, api_status_t& status,
                       const std::string& source) {
   return run_call(handle, status, [&] {
     return change_tree(handle, path, [&](const CPath& parsed) {
-      return remove_subtree(handle, parsed);
+      const api_status_t removed = remove_subtree(handle, parsed);
+      return removed == API_STATUS_OK
+                 ? store::journal_structure(handle, "removed",
+                                            parsed.getNodePath(), source)
+                 : removed;
     });
   });
 }

@@ -117,12 +117,14 @@ class CCds {
                            pcd_tribool_t persist, const std::string& source);
 
   // Create a node, and any missing ancestors. An existing node gives
-  // API_STATUS_EXISTS and is left as it is.
+  // API_STATUS_EXISTS and is left as it is. The node (not its ancestors)
+  // is journalled as created by `source` (cds_structure_read).
   int add_node(const std::string& path, api_status_t& status,
                const std::string& source);
 
   // Remove a node with all its leaves and all its descendants. The root
-  // cannot be removed (API_STATUS_BAD_PATH).
+  // cannot be removed (API_STATUS_BAD_PATH). The node is journalled as
+  // removed by `source`.
   int remove_node(const std::string& path, api_status_t& status,
                   const std::string& source);
 
@@ -243,9 +245,38 @@ struct CdsSyslogLine {
   long long time_us;
   int level;
   std::string message;
+  long long id = 0;  // increasing, never reused
 };
 int cds_syslog_read(pcd_handle_t handle, int max,
                     std::vector<CdsSyslogLine>& out);  // newest last
+// Lines with id > after_id, oldest first, at most `max`: for a process
+// that hands the lines on (the system logger) and keeps the last id.
+int cds_syslog_read_after(pcd_handle_t handle, long long after_id, int max,
+                          std::vector<CdsSyslogLine>& out);
+
+// One entry of the journal of structure changes: add_node and remove_node
+// record the node they created or removed, in the same transaction, so a
+// process that reads the journal after the last id it handled learns of
+// every change exactly once (while it keeps within the newest 10000).
+struct CdsStructureChange {
+  long long id;       // increasing, never reused
+  long long time_us;  // qrx time of the change
+  std::string action;  // "created" or "removed"
+  std::string path;    // the node
+  std::string source;  // who changed it (the change source)
+};
+int cds_structure_read(pcd_handle_t handle, long long after_id, int max,
+                       std::vector<CdsStructureChange>& out);
+
+// The newest id of the event queue, of the system event log and of the
+// structure journal (0 when empty), read in one snapshot: where a reader
+// that starts without history begins.
+struct CdsLastIds {
+  long long event = 0;
+  long long syslog = 0;
+  long long structure = 0;
+};
+int cds_last_ids(pcd_handle_t handle, CdsLastIds& out);
 
 namespace toolkit {
 

@@ -1,7 +1,9 @@
-// The store's two append-only logs: the durable event queue (events_send,
-// cds_events_read) and the system event log (syslog_add, cds_syslog_read).
+// The store's append-only logs: the durable event queue (events_send,
+// cds_events_read), the system event log (syslog_add, cds_syslog_read) and
+// the journal of structure changes (written by add_node and remove_node,
+// read with cds_structure_read).
 //
-// Both are capped tables: every append also drops the rows that fell out of
+// All are capped tables: every append also drops the rows that fell out of
 // the newest kEventQueueCap / kSyslogCap, in the same transaction, so the
 // file cannot grow without bound on the device's flash.
 
@@ -91,7 +93,36 @@ std::string column_text(sqlite3_stmt* stmt, int column) {
                            sqlite3_column_bytes(stmt, column));
 }
 
+CdsSyslogLine syslog_line(sqlite3_stmt* stmt) {
+  CdsSyslogLine line{sqlite3_column_int64(stmt, 0),
+                     sqlite3_column_int(stmt, 1), column_text(stmt, 2)};
+  line.id = sqlite3_column_int64(stmt, 3);
+  return line;
+}
+
 }  // namespace
+
+namespace store {
+
+api_status_t journal_structure(pcd_connection* c, const char* action,
+                               const std::string& node_path,
+                               const std::string& source) {
+  long long id = 0;
+  {
+    StmtScope s(c, kStmtInsertStructure);
+    if (!s.ok()) return s.error();
+    s.bind(1, now_us());
+    s.bind(2, std::string(action));
+    s.bind(3, node_path);
+    s.bind(4, source);
+    const int rc = s.step();
+    if (rc != SQLITE_DONE) return status_from_sqlite(rc);
+    id = sqlite3_last_insert_rowid(c->db);
+  }
+  return trim(c, kStmtTrimStructure, id, kStructureCap);
+}
+
+}  // namespace store
 
 int CCds::events_send(std::vector<CEvent>& events,
                       std::vector<api_status_t>& statuses) {
@@ -163,12 +194,67 @@ int cds_syslog_read(pcd_handle_t handle, int max,
     s.bind(1, static_cast<long long>(std::max(max, 0)));
     int rc;
     while ((rc = s.step()) == SQLITE_ROW) {
-      out.push_back(CdsSyslogLine{
-          sqlite3_column_int64(s.get(), 0),
-          sqlite3_column_int(s.get(), 1), toolkit::column_text(s.get(), 2)});
+      out.push_back(toolkit::syslog_line(s.get()));
     }
     std::reverse(out.begin(), out.end());  // read newest first, kept oldest
     return rc == SQLITE_DONE ? 0 : -1;
+  } catch (...) {
+    return -1;
+  }
+}
+
+int cds_syslog_read_after(pcd_handle_t handle, long long after_id, int max,
+                          std::vector<CdsSyslogLine>& out) {
+  try {
+    out.clear();
+    if (handle == nullptr) return -1;
+    toolkit::store::StmtScope s(handle,
+                                toolkit::store::kStmtReadSyslogAfter);
+    if (!s.ok()) return -1;
+    s.bind(1, after_id);
+    s.bind(2, static_cast<long long>(std::max(max, 0)));
+    int rc;
+    while ((rc = s.step()) == SQLITE_ROW) {
+      out.push_back(toolkit::syslog_line(s.get()));
+    }
+    return rc == SQLITE_DONE ? 0 : -1;
+  } catch (...) {
+    return -1;
+  }
+}
+
+int cds_structure_read(pcd_handle_t handle, long long after_id, int max,
+                       std::vector<CdsStructureChange>& out) {
+  try {
+    out.clear();
+    if (handle == nullptr) return -1;
+    toolkit::store::StmtScope s(handle, toolkit::store::kStmtReadStructure);
+    if (!s.ok()) return -1;
+    s.bind(1, after_id);
+    s.bind(2, static_cast<long long>(std::max(max, 0)));
+    int rc;
+    while ((rc = s.step()) == SQLITE_ROW) {
+      out.push_back(CdsStructureChange{
+          sqlite3_column_int64(s.get(), 0), sqlite3_column_int64(s.get(), 1),
+          toolkit::column_text(s.get(), 2), toolkit::column_text(s.get(), 3),
+          toolkit::column_text(s.get(), 4)});
+    }
+    return rc == SQLITE_DONE ? 0 : -1;
+  } catch (...) {
+    return -1;
+  }
+}
+
+int cds_last_ids(pcd_handle_t handle, CdsLastIds& out) {
+  try {
+    out = CdsLastIds();
+    if (handle == nullptr) return -1;
+    toolkit::store::StmtScope s(handle, toolkit::store::kStmtLastIds);
+    if (!s.ok() || s.step() != SQLITE_ROW) return -1;
+    out.event = sqlite3_column_int64(s.get(), 0);
+    out.syslog = sqlite3_column_int64(s.get(), 1);
+    out.structure = sqlite3_column_int64(s.get(), 2);
+    return 0;
   } catch (...) {
     return -1;
   }

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <string>
 #include <unordered_map>
+#include <utility>
 
 #include "platform/attributes.h"
 #include "platform/cds.h"
@@ -87,7 +88,22 @@ const char* const kSql[kStmtCount] = {
     "INSERT INTO syslog(time_us, level, message) VALUES(?1, ?2, ?3)",
     /* kStmtTrimSyslog */ "DELETE FROM syslog WHERE id <= ?1",
     /* kStmtReadSyslog */
-    "SELECT time_us, level, message FROM syslog ORDER BY id DESC LIMIT ?1",
+    "SELECT time_us, level, message, id FROM syslog ORDER BY id DESC "
+    "LIMIT ?1",
+    /* kStmtReadSyslogAfter */
+    "SELECT time_us, level, message, id FROM syslog WHERE id > ?1 "
+    "ORDER BY id LIMIT ?2",
+    /* kStmtInsertStructure */
+    "INSERT INTO structure(time_us, action, path, source) "
+    "VALUES(?1, ?2, ?3, ?4)",
+    /* kStmtTrimStructure */ "DELETE FROM structure WHERE id <= ?1",
+    /* kStmtReadStructure */
+    "SELECT id, time_us, action, path, source FROM structure WHERE id > ?1 "
+    "ORDER BY id LIMIT ?2",
+    /* kStmtLastIds */
+    "SELECT (SELECT ifnull(max(queue_id), 0) FROM events), "
+    "(SELECT ifnull(max(id), 0) FROM syslog), "
+    "(SELECT ifnull(max(id), 0) FROM structure)",
     /* kStmtRegisterWatchdog */
     "INSERT INTO watchdog(name, pid, period, last_ping_us) "
     "VALUES(?1, ?2, ?3, ?4) ON CONFLICT(name, pid) DO UPDATE SET "
@@ -101,6 +117,13 @@ const char* const kSql[kStmtCount] = {
     /* kStmtRemoveWatchdog */
     "DELETE FROM watchdog WHERE name = ?1 AND pid = ?2",
 };
+
+// The journal of structure changes (nodes created and removed), which
+// other processes read after the last id they handled.
+#define TOOLKIT_STRUCTURE_TABLE                                          \
+  "CREATE TABLE structure(id INTEGER PRIMARY KEY AUTOINCREMENT,"         \
+  " time_us INTEGER NOT NULL, action TEXT NOT NULL, path TEXT NOT NULL," \
+  " source TEXT NOT NULL);"
 
 const char kSchema[] =
     "CREATE TABLE meta(key TEXT PRIMARY KEY, value) WITHOUT ROWID;"
@@ -122,7 +145,7 @@ const char kSchema[] =
     " period INTEGER NOT NULL, last_ping_us INTEGER NOT NULL,"
     " PRIMARY KEY(name, pid)) WITHOUT ROWID;"
     "CREATE TABLE syslog(id INTEGER PRIMARY KEY, time_us INTEGER NOT NULL,"
-    " level INTEGER NOT NULL, message TEXT NOT NULL);"
+    " level INTEGER NOT NULL, message TEXT NOT NULL);" TOOLKIT_STRUCTURE_TABLE
     "INSERT INTO meta VALUES('security_generation', 0);"
     "INSERT INTO node(id, path, parent, name) VALUES(1, '/', NULL, '');";
 
@@ -358,6 +381,12 @@ const char kUpgradeFromVersion2[] =
     "UPDATE meta SET value = 3 WHERE key = 'schema_version';"
     "COMMIT;";
 
+// Version 3 had no journal of structure changes.
+const char kUpgradeFromVersion3[] =
+    "BEGIN IMMEDIATE;" TOOLKIT_STRUCTURE_TABLE
+    "UPDATE meta SET value = 4 WHERE key = 'schema_version';"
+    "COMMIT;";
+
 bool writable_or_absent(const std::string& path) {
   return access(path.c_str(), W_OK) == 0 || errno == ENOENT;
 }
@@ -377,12 +406,15 @@ const char* unwritable_file(const std::string& path) {
 long long current_version(sqlite3* db) {
   const char* const sql = "SELECT value FROM meta WHERE key = 'schema_version'";
   long long version = query_integer(db, sql, -1);
-  if (version == 2 &&
-      sqlite3_exec(db, kUpgradeFromVersion2, nullptr, nullptr, nullptr) ==
-          SQLITE_OK) {
+  for (const auto& upgrade : {std::make_pair(2LL, kUpgradeFromVersion2),
+                              std::make_pair(3LL, kUpgradeFromVersion3)}) {
+    if (version != upgrade.first) continue;
+    if (sqlite3_exec(db, upgrade.second, nullptr, nullptr, nullptr) !=
+        SQLITE_OK) {
+      sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
+      return version;
+    }
     version = query_integer(db, sql, -1);
-  } else if (version == 2) {
-    sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
   }
   return version;
 }

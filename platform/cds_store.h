@@ -20,6 +20,9 @@
 //   watchdog(name, pid, period, last_ping_us)   one row per process, keyed
 //                                     by (name, pid)
 //   syslog(id, time_us, level, message)    system event log (capped)
+//   structure(id, time_us, action, path, source)   journal of nodes created
+//                                     and removed, with the change source
+//                                     (capped)
 //
 // Values: Boolean, Unsigned and Integer are SQLite integers, Real a double
 // (NaN, which SQLite stores as NULL, reads back as NaN), String text,
@@ -46,12 +49,13 @@ struct SecurityPolicy;  // security.cc
 
 namespace store {
 
-constexpr int kSchemaVersion = 3;
+constexpr int kSchemaVersion = 4;
 // The newest rows kept in the capped tables. Readers that fall further
 // behind than this lose the oldest entries, which on a device with a small
 // flash is preferable to an unbounded file.
 constexpr long long kEventQueueCap = 10000;
 constexpr long long kSyslogCap = 10000;
+constexpr long long kStructureCap = 10000;
 constexpr int kDefaultBusyMs = 5000;
 
 // Writes to this subtree bump meta.security_generation, so policy caches
@@ -92,6 +96,11 @@ enum StmtId : int {
   kStmtInsertSyslog,
   kStmtTrimSyslog,
   kStmtReadSyslog,
+  kStmtReadSyslogAfter,
+  kStmtInsertStructure,
+  kStmtTrimStructure,
+  kStmtReadStructure,
+  kStmtLastIds,
   kStmtRegisterWatchdog,
   kStmtPingWatchdog,
   kStmtClearWatchdog,
@@ -288,6 +297,11 @@ bool path_covers(const std::string& ancestor, const std::string& path);
 // policy? Then the caller bumps the security generation.
 bool touches_security(const std::string& node_path, bool with_descendants);
 api_status_t bump_security_generation(pcd_connection* c);
+// Journal a structure change ("created" or "removed") of `node_path` made
+// by `source`, inside the caller's write transaction (cds_events.cc).
+api_status_t journal_structure(pcd_connection* c, const char* action,
+                               const std::string& node_path,
+                               const std::string& source);
 // meta.security_generation, or -1 when it cannot be read.
 long long security_generation(pcd_connection* c);
 

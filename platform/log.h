@@ -21,6 +21,7 @@
 
 #include <sys/time.h>
 
+#include <string>
 #include <vector>
 
 #include "platform/event.h"
@@ -155,6 +156,22 @@ extern "C" int pcd_log_open_writer(const char* path,
 // writer. Sequence indexes are stored as given. An empty batch does nothing.
 int pcd_log_append(pcd_log_writer_t writer,
                    std::vector<toolkit::CEvent>& records);
+
+// A writer's progress through what it copies into the log (the last id of
+// a queue it handed on, say), kept in the log file itself so that it
+// commits together with the records: pcd_log_append_marked appends
+// `records` as pcd_log_append does and sets the mark named `mark` to
+// `value` in the same transaction (an empty batch sets the mark alone). A
+// writer killed at any point thus restarts from a mark that matches the
+// records in the file, and neither loses nor repeats one. Marks are free
+// text, one per name; readers of the log do not see them.
+int pcd_log_append_marked(pcd_log_writer_t writer,
+                          std::vector<toolkit::CEvent>& records,
+                          const std::string& mark, const std::string& value);
+// The mark's committed value; `*found` false (and `*value` empty) when the
+// log has none of that name.
+int pcd_log_read_mark(pcd_log_writer_t writer, const std::string& mark,
+                      std::string* value, bool* found);
 
 // Close a writer; null is ignored.
 extern "C" void pcd_log_close_writer(pcd_log_writer_t writer);

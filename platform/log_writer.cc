@@ -12,13 +12,21 @@
 
 #include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/log_format.h"
 
 namespace {
 
-enum WriterStmt : int { kInsert, kReadMeta, kWriteMeta, kTrim, kStmtCount };
+enum WriterStmt : int {
+  kInsert,
+  kReadMeta,
+  kWriteMeta,
+  kTrim,
+  kWriteMark,
+  kStmtCount
+};
 
 const char* const kWriterSql[kStmtCount] = {
     toolkit::logdb::kInsertRecord,
@@ -27,7 +35,11 @@ const char* const kWriterSql[kStmtCount] = {
     // The oldest in retrieval order, read along record_time.
     "DELETE FROM record WHERE id IN "
     "(SELECT id FROM record ORDER BY time_us, seq, id LIMIT ?1)",
+    "INSERT OR REPLACE INTO meta(key, value) VALUES(?1, ?2)",
 };
+
+// Marks live in meta under this prefix, apart from the log's own keys.
+const char kMarkPrefix[] = "mark:";
 
 }  // namespace
 
@@ -135,12 +147,27 @@ int exec(sqlite3* db, const char* sql) {
   return status_from_sqlite(sqlite3_exec(db, sql, nullptr, nullptr, nullptr));
 }
 
+int write_mark(pcd_log_writer* writer, const std::string& name,
+               const std::string& value) {
+  Statement s(writer, kWriteMark);
+  if (s.get() == nullptr) return s.error();
+  const std::string key = kMarkPrefix + name;
+  sqlite3_bind_text(s.get(), 1, key.c_str(), -1, SQLITE_TRANSIENT);
+  sqlite3_bind_text(s.get(), 2, value.c_str(), -1, SQLITE_TRANSIENT);
+  return s.step();
+}
+
+// `mark` null: records only.
 int append_batch(pcd_log_writer* writer, const std::vector<CEvent>& records,
-                 std::vector<long long>& ids) {
+                 std::vector<long long>& ids,
+                 const std::pair<std::string, std::string>* mark) {
   int status = exec(writer->db, "BEGIN IMMEDIATE");
   if (status != LOG_STATUS_OK) return status;
   status = insert_records(writer, records, ids);
   if (status == LOG_STATUS_OK) status = enforce_cap(writer, records.size());
+  if (status == LOG_STATUS_OK && mark != nullptr) {
+    status = write_mark(writer, mark->first, mark->second);
+  }
   if (status == LOG_STATUS_OK) status = exec(writer->db, "COMMIT");
   if (status != LOG_STATUS_OK && !sqlite3_get_autocommit(writer->db)) {
     exec(writer->db, "ROLLBACK");
@@ -210,12 +237,15 @@ extern "C" int pcd_log_open_writer(const char* path,
   return LOG_STATUS_OK;
 }
 
-int pcd_log_append(pcd_log_writer_t writer, std::vector<CEvent>& records) {
+namespace {
+
+int append(pcd_log_writer_t writer, std::vector<CEvent>& records,
+           const std::pair<std::string, std::string>* mark) {
   if (writer == nullptr) return LOG_STATUS_BAD_ARGUMENT;
-  if (records.empty()) return LOG_STATUS_OK;
+  if (records.empty() && mark == nullptr) return LOG_STATUS_OK;
   try {
     std::vector<long long> ids(records.size(), 0);
-    const int status = append_batch(writer, records, ids);
+    const int status = append_batch(writer, records, ids, mark);
     if (status != LOG_STATUS_OK) return status;
     for (size_t i = 0; i < records.size(); ++i) {
       if (records[i].kind != toolkit::EVENT_KIND_ALARM) {
@@ -225,6 +255,46 @@ int pcd_log_append(pcd_log_writer_t writer, std::vector<CEvent>& records) {
     return LOG_STATUS_OK;
   } catch (...) {  // out of memory for the ids
     if (!sqlite3_get_autocommit(writer->db)) exec(writer->db, "ROLLBACK");
+    return LOG_STATUS_IO_ERROR;
+  }
+}
+
+}  // namespace
+
+int pcd_log_append(pcd_log_writer_t writer, std::vector<CEvent>& records) {
+  return append(writer, records, nullptr);
+}
+
+int pcd_log_append_marked(pcd_log_writer_t writer,
+                          std::vector<CEvent>& records,
+                          const std::string& mark, const std::string& value) {
+  const std::pair<std::string, std::string> named(mark, value);
+  return append(writer, records, &named);
+}
+
+int pcd_log_read_mark(pcd_log_writer_t writer, const std::string& mark,
+                      std::string* value, bool* found) {
+  if (writer == nullptr || value == nullptr || found == nullptr) {
+    return LOG_STATUS_BAD_ARGUMENT;
+  }
+  *found = false;
+  value->clear();
+  try {
+    Statement s(writer, kReadMeta);
+    if (s.get() == nullptr) return s.error();
+    const std::string key = kMarkPrefix + mark;
+    sqlite3_bind_text(s.get(), 1, key.c_str(), -1, SQLITE_TRANSIENT);
+    const int rc = sqlite3_step(s.get());
+    if (rc == SQLITE_DONE) return LOG_STATUS_OK;
+    if (rc != SQLITE_ROW) return status_from_sqlite(rc);
+    const unsigned char* text = sqlite3_column_text(s.get(), 0);
+    if (text != nullptr) {
+      value->assign(reinterpret_cast<const char*>(text),
+                    sqlite3_column_bytes(s.get(), 0));
+    }
+    *found = true;
+    return LOG_STATUS_OK;
+  } catch (...) {
     return LOG_STATUS_IO_ERROR;
   }
 }

@@ -86,6 +86,14 @@ companions=()
 companions+=(--program "trends=$(quote_word "$build_dir/card/trends/card-trends") -D 2 --log-file $(quote_word "$run_dir/trends.log") --trend-log $(quote_word "$WSGATED_TREND_LOG") --sample-seconds ${WSGATED_TREND_SAMPLE_S:-5}")
 # The meter's command handler (docs/commands.md); its log is commands.log.
 companions+=(--program "commands=$(quote_word "$build_dir/card/commands/card-commands") -D 2 --log-file $(quote_word "$run_dir/commands.log") --device /Devices/Meter1")
+# The living device (docs/card.md): the field-device simulator writes the
+# sample devices' values every WSGATED_SIM_STEP_S seconds (default 2), the
+# Delta logger samples the logged points every second into the Delta log,
+# and the system logger hands conditions, structure changes, the card's
+# system-log lines and its processes' starts and stops on to the event logs.
+companions+=(--program "simulator=$(quote_word "$build_dir/card/simulator/card-simulator") -D 2 --log-file $(quote_word "$run_dir/simulator.log") --step-seconds ${WSGATED_SIM_STEP_S:-2}")
+companions+=(--program "deltalog=$(quote_word "$build_dir/card/deltalog/card-deltalog") -D 2 --log-file $(quote_word "$run_dir/deltalog.log") --delta-log $(quote_word "$WSGATED_DELTA_LOG")")
+companions+=(--program "syslog=$(quote_word "$build_dir/card/syslog/card-syslog") -D 2 --log-file $(quote_word "$run_dir/syslog.log") --event-log $(quote_word "$WSGATED_EVENT_LOG") --system-log $(quote_word "$WSGATED_SYSTEM_LOG")")
 # The alarm handler: raises alarms from the points' alarm rules and acts on
 # acknowledgements (docs/alarms.md); its log is alarms.log.
 companions+=(--program "alarms=$(quote_word "$build_dir/card/alarms/card-alarms") -D 2 --log-file $(quote_word "$run_dir/alarms.log") --event-log $(quote_word "$WSGATED_EVENT_LOG")")

@@ -85,12 +85,10 @@ int32_t ackStatusOf(uint32_t level) {
 
 AlarmHandler::AlarmHandler(const std::string& devicesRoot,
                            const AlarmTable& table, const HandlerState& state)
-    : devicesRoot_(devicesRoot), table_(table), state_(state) {
-  const char* fromEnvironment = getenv("WSGATED_EVENT_LOG");
-  eventLog_ = fromEnvironment != nullptr && *fromEnvironment != '\0'
-                  ? fromEnvironment
-                  : kDefaultEventLog;
-}
+    : devicesRoot_(devicesRoot),
+      table_(table),
+      state_(state),
+      eventLog_(pathFromEnvironment("WSGATED_EVENT_LOG", kDefaultEventLog)) {}
 
 std::string AlarmHandler::usage() const {
   return "  --event-log PATH         the alarm/event log; default "
@@ -103,17 +101,21 @@ std::string AlarmHandler::usage() const {
 
 bool AlarmHandler::configure(const std::vector<std::string>& args,
                              std::string* error) {
-  return parseCompanionOptions(
-      args, {"--event-log", "--pace-seconds", "--rescan-seconds"},
-      [this](const std::string& name, const std::string& value) {
-        if (name == "--event-log") {
-          eventLog_ = value;
-          return !value.empty();
-        }
-        return parseSeconds(
-            value, name == "--pace-seconds" ? &paceSeconds_ : &rescanSeconds_);
-      },
-      error);
+  return parseCompanionOptions(args,
+                               {{"--event-log",
+                                 [this](const std::string& value) {
+                                   eventLog_ = value;
+                                   return !value.empty();
+                                 }},
+                                {"--pace-seconds",
+                                 [this](const std::string& value) {
+                                   return parseSeconds(value, &paceSeconds_);
+                                 }},
+                                {"--rescan-seconds",
+                                 [this](const std::string& value) {
+                                   return parseSeconds(value, &rescanSeconds_);
+                                 }}},
+                               error);
 }
 
 bool AlarmHandler::start(toolkit::CCds& store) {

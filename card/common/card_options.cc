@@ -118,33 +118,38 @@ bool parseSeconds(const std::string& text, double* seconds) {
   return true;
 }
 
-bool parseCompanionOptions(
-    const std::vector<std::string>& args, const std::vector<std::string>& names,
-    const std::function<bool(const std::string&, const std::string&)>& apply,
-    std::string* error) {
+bool parseCompanionOptions(const std::vector<std::string>& args,
+                           const std::vector<CompanionOption>& options,
+                           std::string* error) {
   for (size_t i = 0; i < args.size(); ++i) {
     const std::string given = args[i];
-    OptionMatch match = OptionMatch::kOther;
+    const CompanionOption* found = nullptr;
     std::string value;
-    for (const std::string& name : names) {
-      match = matchOption(args, &i, name, &value);
-      if (match == OptionMatch::kMissing) {
-        *error = name + " needs a value";
-        return false;
-      }
-      if (match == OptionMatch::kOther) continue;
-      if (!apply(name, value)) {
-        *error = "bad value '" + value + "' of " + name;
-        return false;
-      }
-      break;
+    OptionMatch match = OptionMatch::kOther;
+    for (const CompanionOption& option : options) {
+      match = matchOption(args, &i, option.name, &value);
+      found = &option;
+      if (match != OptionMatch::kOther) break;
     }
     if (match == OptionMatch::kOther) {
       *error = "unknown option '" + given + "'";
       return false;
     }
+    if (match == OptionMatch::kMissing) {
+      *error = std::string(found->name) + " needs a value";
+      return false;
+    }
+    if (!found->take(value)) {
+      *error = "bad value '" + value + "' of " + found->name;
+      return false;
+    }
   }
   return true;
+}
+
+std::string pathFromEnvironment(const char* name, const char* fallback) {
+  const char* value = getenv(name);
+  return value != nullptr && *value != '\0' ? value : fallback;
 }
 
 }  // namespace wsgated

@@ -60,20 +60,27 @@ enum class OptionMatch {
 OptionMatch matchOption(const std::vector<std::string>& args, size_t* index,
                         const std::string& name, std::string* value);
 
-// A companion's own options: each of `args` must be one of `names` with
-// its value; `apply(name, value)` takes it or returns false for a bad
-// value. False with the reason in *error for an unknown option, a missing
-// value or a value refused.
-bool parseCompanionOptions(
-    const std::vector<std::string>& args, const std::vector<std::string>& names,
-    const std::function<bool(const std::string&, const std::string&)>& apply,
-    std::string* error);
-
 // A whole decimal number within [low, high].
 bool parseInteger(const std::string& text, long low, long high, long* value);
 
 // A number of seconds, decimals allowed ("0.5"), above 0 and at most a day.
 bool parseSeconds(const std::string& text, double* seconds);
+
+// One option of a companion's own: its name and what takes its value
+// (false refuses the value).
+struct CompanionOption {
+  const char* name;
+  std::function<bool(const std::string& value)> take;
+};
+// Reads `args` (what the common options left) against `options`; an
+// unknown option, a missing or a refused value fails with the reason in
+// *error.
+bool parseCompanionOptions(const std::vector<std::string>& args,
+                           const std::vector<CompanionOption>& options,
+                           std::string* error);
+// The value of the environment variable `name` when it is set and not
+// empty, else `fallback`: the card's file locations (deploy/paths.env).
+std::string pathFromEnvironment(const char* name, const char* fallback);
 
 }  // namespace wsgated
 

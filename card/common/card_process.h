@@ -32,6 +32,8 @@
 #ifndef CARD_COMMON_CARD_PROCESS_H_
 #define CARD_COMMON_CARD_PROCESS_H_
 
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -79,6 +81,10 @@ class Companion {
 // Seconds of the monotonic clock the run loop paces by (never goes back,
 // unaffected when the wall clock is set).
 double monotonicSeconds();
+
+// Now as qrx time (microseconds since 1970): what companions stamp their
+// records with. Tests hand a companion a clock of their own.
+using QrxClock = std::function<int64_t()>;
 
 class CardProcess {
  public:

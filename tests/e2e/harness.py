@@ -9,6 +9,7 @@ WSGATED_BIN, CDSCTL_BIN, WSGATED_WSDL, WSGATED_LOCALE_BUILD, SOURCE_DIR.
 import base64
 import http.client
 import os
+import shlex
 import shutil
 import signal
 import socket
@@ -191,13 +192,41 @@ class Stack:
                     ["openssl", "passwd", "-apr1", password], check=True,
                     capture_output=True, text=True).stdout.strip()
                 f.write("%s:%s\n" % (user_name, hashed))
-        subprocess.run(["nginx", "-p", self.prefix, "-c",
-                        os.path.join(self.prefix, "nginx.conf")],
-                       check=True, capture_output=True)
+        self.run_nginx()
         pid_file = os.path.join(self.prefix, "nginx.pid")
         wait_until(lambda: os.path.exists(pid_file), "nginx pid file")
         with open(pid_file) as f:
             self.nginx_pid = int(f.read().strip())
+
+    def run_nginx(self):
+        """Starts nginx on the rendered configuration. Our ports were free
+        when chosen, but a test running beside us may take one before nginx
+        binds it: then new ports are chosen and nginx is tried again."""
+        for attempt in range(5):
+            done = subprocess.run(["nginx", "-p", self.prefix, "-c",
+                                   os.path.join(self.prefix, "nginx.conf")],
+                                  capture_output=True, text=True)
+            if done.returncode == 0:
+                return
+            if "Address already in use" not in done.stderr or attempt == 4:
+                raise RuntimeError("nginx did not start: " + done.stderr)
+            self.rebind_nginx_ports()
+
+    def rebind_nginx_ports(self):
+        """New free ports in place of the ones in the rendered files."""
+        moves = [(self.port, free_port())]
+        if self.tls:
+            moves.append((self.tls_port, free_port()))
+        self.port = moves[0][1]
+        self.tls_port = moves[-1][1] if self.tls else None
+        for name in ("nginx.conf", "wsgated-tls.conf"):
+            path = os.path.join(self.prefix, name)
+            with open(path) as f:
+                text = f.read()
+            for old, new in moves:
+                text = text.replace("127.0.0.1:%d" % old, "127.0.0.1:%d" % new)
+            with open(path, "w") as f:
+                f.write(text)
 
     def daemon_path_args(self):
         """The data files' locations as the daemon's options."""
@@ -357,3 +386,62 @@ class Stack:
         headers.update(kwargs.pop("headers", {}))
         return self.request(body=envelope(body, version), headers=headers,
                             **kwargs)
+
+
+# -- the card's companions ----------------------------------------------------
+# Any subset of the card's companion processes beside a stack, under
+# wsgated-supervisor, on the stack's store and data files.
+COMPANION_BINS = {"trends": "CARD_TRENDS_BIN",
+                  "simulator": "CARD_SIMULATOR_BIN",
+                  "deltalog": "CARD_DELTALOG_BIN",
+                  "syslog": "CARD_SYSLOG_BIN"}
+
+
+def companion_argv(stack, name, *more):
+    """The companion `name` on the stack's store and files; its log is
+    NAME.log in the stack's folder."""
+    paths = stack.paths
+    files = {"trends": ["--trend-log", paths["WSGATED_TREND_LOG"]],
+             "simulator": [],
+             "deltalog": ["--delta-log", paths["WSGATED_DELTA_LOG"]],
+             "syslog": ["--event-log", paths["WSGATED_EVENT_LOG"],
+                        "--system-log", paths["WSGATED_SYSTEM_LOG"]]}
+    return ([os.environ[COMPANION_BINS[name]], "--store", stack.store,
+             "--log-file", os.path.join(stack.dir, name + ".log")]
+            + files[name] + list(more))
+
+
+class Companions:
+    """wsgated-supervisor running `companions` ({name: [more options]})
+    beside `stack`; stop() ends it (and them) by its pid."""
+
+    def __init__(self, stack, companions, check_seconds="0.5"):
+        programs = []
+        for name, more in companions.items():
+            command = " ".join(shlex.quote(word) for word in
+                               companion_argv(stack, name, *more))
+            programs += ["--program", "%s=%s" % (name, command)]
+        self.stack = stack
+        self.proc = subprocess.Popen(
+            [os.environ["WSGATED_SUPERVISOR_BIN"], "--store", stack.store,
+             "--log-file", os.path.join(stack.dir, "supervisor.log"),
+             "--check-seconds", check_seconds] + programs,
+            env=stack.env(), stdin=subprocess.DEVNULL,
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+    def pid(self, name):
+        """The pid in the watchdog row of `name`, or None."""
+        for line in self.stack.cdsctl("watchdogs").stdout.splitlines():
+            fields = line.split("\t")
+            if fields[0] == name and len(fields) > 1:
+                return int(fields[1].split()[1])
+        return None
+
+    def stop(self):
+        self.proc.send_signal(signal.SIGTERM)
+        try:
+            self.proc.wait(timeout=START_LIMIT_S)
+        except subprocess.TimeoutExpired:
+            self.proc.kill()
+            self.proc.wait()
+            raise

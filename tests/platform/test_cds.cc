@@ -453,6 +453,43 @@ TEST_F(CdsStoreTest, EventsAreQueuedInOrder) {
   EXPECT_EQ(1u, queued.size());
 }
 
+// The journal names every node a call created or removed, with its source,
+// once, and only changes that took place; the newest ids tell a new reader
+// where to begin.
+TEST_F(CdsStoreTest, StructureJournalRecordsWhatChangedAndWho) {
+  CdsLastIds before;
+  ASSERT_EQ(0, cds_last_ids(cds_->handle, before));
+  api_status_t status;
+  ASSERT_EQ(0, cds_->add_node("/A/B", status, "Web-Services:admin"));
+  cds_->add_node("/A/B", status, "again");  // exists: no change
+  cds_->remove_node("/", status, "root");   // refused: no change
+  ASSERT_EQ(0, cds_->remove_node("/A", status, "cdsctl"));
+  cds_->remove_node("/A", status, "gone");  // no node: no change
+
+  std::vector<CdsStructureChange> changes;
+  ASSERT_EQ(0, cds_structure_read(cds_->handle, before.structure, 10,
+                                  changes));
+  ASSERT_EQ(2u, changes.size());
+  EXPECT_EQ("created", changes[0].action);
+  EXPECT_EQ("/A/B", changes[0].path);
+  EXPECT_EQ("Web-Services:admin", changes[0].source);
+  EXPECT_EQ("removed", changes[1].action);
+  EXPECT_EQ("/A", changes[1].path);
+  EXPECT_EQ("cdsctl", changes[1].source);
+  EXPECT_LT(changes[0].id, changes[1].id);
+
+  ASSERT_EQ(0, cds_->syslog_add(2, "line"));
+  CdsLastIds after;
+  ASSERT_EQ(0, cds_last_ids(cds_->handle, after));
+  EXPECT_EQ(changes[1].id, after.structure);
+  std::vector<CdsSyslogLine> lines;
+  ASSERT_EQ(0, cds_syslog_read_after(cds_->handle, before.syslog, 10, lines));
+  ASSERT_EQ(1u, lines.size());
+  EXPECT_EQ(after.syslog, lines[0].id);
+  ASSERT_EQ(0, cds_structure_read(cds_->handle, after.structure, 10, changes));
+  EXPECT_TRUE(changes.empty());
+}
+
 TEST_F(CdsStoreTest, SyslogKeepsLinesOldestFirst) {
   ASSERT_EQ(0, cds_->syslog_add(2, "first"));
   ASSERT_EQ(0, cds_->syslog_add(99, "second"));  // clamped to debug

@@ -155,6 +155,7 @@ TEST_F(CdsFaultTest, StoreOfThePreviousSchemaIsUpgradedKeepingItsRows) {
         " period INTEGER NOT NULL, last_ping_us INTEGER NOT NULL)"
         " WITHOUT ROWID;"
         "INSERT INTO watchdog VALUES('old', 42, 90, 5);"
+        "DROP TABLE structure;"
         "UPDATE meta SET value = 2 WHERE key = 'schema_version';"));
   }
   cds_ = store_.Open();
@@ -164,8 +165,14 @@ TEST_F(CdsFaultTest, StoreOfThePreviousSchemaIsUpgradedKeepingItsRows) {
   ASSERT_EQ(1u, rows.size());
   EXPECT_EQ(42, rows[0].pid);
   RawConnection raw(store_.path());
-  EXPECT_EQ(3, raw.Integer("SELECT value FROM meta "
+  EXPECT_EQ(4, raw.Integer("SELECT value FROM meta "
                            "WHERE key = 'schema_version'"));
+  // The upgrades run in turn: the journal of structure changes is there.
+  api_status_t status;
+  ASSERT_EQ(0, cds_->add_node("/New", status, "test"));
+  std::vector<CdsStructureChange> changes;
+  ASSERT_EQ(0, cds_structure_read(cds_->handle, 0, 10, changes));
+  EXPECT_EQ(1u, changes.size());
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <stdlib.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
@@ -466,6 +467,40 @@ std::function<int(const ChildProcess::Step&)> Appender(const std::string& path,
   };
 }
 
+// A mark commits with its records or not at all: while another process
+// holds the log's lock the append fails and leaves both as they were.
+TEST_F(LogTest, MarkCommitsTogetherWithItsRecords) {
+  std::string value;
+  bool found = true;
+  ASSERT_EQ(0, pcd_log_read_mark(writer_, "feed", &value, &found));
+  EXPECT_FALSE(found);
+  std::vector<CEvent> batch = {Record(1, 0, 1), Record(2, 0, 2)};
+  ASSERT_EQ(0, pcd_log_append_marked(writer_, batch, "feed", "7"));
+  std::vector<CEvent> none;
+  ASSERT_EQ(0, pcd_log_append_marked(writer_, none, "other", "x"));
+
+  sqlite3* locker = nullptr;
+  ASSERT_EQ(SQLITE_OK, sqlite3_open(path_.c_str(), &locker));
+  ASSERT_EQ(SQLITE_OK,
+            sqlite3_exec(locker, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr));
+  pcd_log_writer_settings impatient{0, 0, 0, 10};
+  pcd_log_writer_t second = nullptr;
+  ASSERT_EQ(0, pcd_log_open_writer(path_.c_str(), &impatient, &second));
+  batch = {Record(3, 0, 3)};
+  EXPECT_EQ(LOG_STATUS_BUSY,
+            pcd_log_append_marked(second, batch, "feed", "8"));
+  sqlite3_exec(locker, "ROLLBACK", nullptr, nullptr, nullptr);
+  sqlite3_close(locker);
+
+  ASSERT_EQ(0, pcd_log_read_mark(second, "feed", &value, &found));
+  EXPECT_TRUE(found);
+  EXPECT_EQ("7", value);
+  ASSERT_EQ(0, pcd_log_read_mark(second, "other", &value, &found));
+  EXPECT_EQ("x", value);
+  pcd_log_close_writer(second);
+  EXPECT_EQ(Seqs({1, 2}), Found(nullptr, nullptr, nullptr, 0, false, false));
+}
+
 class LogProcessTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -527,6 +562,36 @@ TEST_F(LogProcessTest, KilledWriterLosesNoCommittedBatch) {
   ChildProcess next(Appender(path_, 1, kSize));
   ASSERT_TRUE(next.AwaitSteps(1));
   EXPECT_EQ(committed + kSize, Count());
+}
+
+// Writers in several processes append to one log: the numbers the log
+// gives stay unique and grow in the order the batches committed.
+TEST_F(LogProcessTest, ConcurrentWritersGetUniqueIncreasingNumbers) {
+  constexpr int kBatches = 60, kSize = 5;
+  {
+    ChildProcess first(Appender(path_, kBatches, kSize));
+    ChildProcess second(Appender(path_, kBatches, kSize));
+    ASSERT_TRUE(first.started() && second.started());
+    ASSERT_TRUE(first.AwaitSteps(kBatches));
+    ASSERT_TRUE(second.AwaitSteps(kBatches));
+  }
+  if (reader_ == nullptr) Count();
+  std::vector<CEvent> records;
+  ASSERT_EQ(0, toolkit::CLog(reader_).retrieve(records, nullptr, nullptr,
+                                               nullptr, 0, false, false, 0));
+  ASSERT_EQ(static_cast<size_t>(2 * kBatches * kSize), records.size());
+  std::vector<uint64_t> ids;
+  for (const CEvent& record : records) ids.push_back(record.event_id);
+  // Retrieval order is time, sequence, then append order; per time stamp
+  // and sequence index the two writers' records must come in id order.
+  for (size_t i = 1; i < records.size(); ++i) {
+    if (records[i].time.tv_sec == records[i - 1].time.tv_sec &&
+        records[i].sequence_index == records[i - 1].sequence_index) {
+      EXPECT_LT(ids[i - 1], ids[i]) << i;
+    }
+  }
+  std::sort(ids.begin(), ids.end());
+  EXPECT_EQ(ids.end(), std::adjacent_find(ids.begin(), ids.end()));
 }
 
 }  // namespace

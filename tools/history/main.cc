@@ -15,7 +15,7 @@
 
 #include "platform/cds.h"
 #include "platform/log.h"
-#include "tools/history/logged_points.h"
+#include "common/logged_points.h"
 #include "tools/history/week.h"
 
 namespace wsgated {

@@ -23,7 +23,7 @@
 #include <vector>
 
 #include "platform/event.h"
-#include "tools/history/logged_points.h"
+#include "common/logged_points.h"
 
 namespace wsgated {
 

@@ -1,7 +1,7 @@
 // Reading the Delta-logged points and the active alarms of a store (see
 // logged_points.h).
 
-#include "tools/history/logged_points.h"
+#include "common/logged_points.h"
 
 #include <strings.h>
 

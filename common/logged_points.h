@@ -1,11 +1,12 @@
-// The points of a store that the Delta logger logs, as the demo history
-// generator reads them. A point is Delta-logged when it has ".LogInterval"
-// (seconds between samples); ".Deadband" (in the point's units) is the
-// change a sample must show to be logged, 0 or absent meaning any change.
+// The points of a store that the Delta logger logs, as the Delta logger
+// (card/deltalog) and the demo history generator read them. A point is
+// Delta-logged when it has ".LogInterval" (seconds between samples);
+// ".Deadband" (in the point's units) is the change a sample must show to be
+// logged, 0 or absent meaning any change.
 // docs/logs.md describes both marks.
 
-#ifndef TOOLS_HISTORY_LOGGED_POINTS_H_
-#define TOOLS_HISTORY_LOGGED_POINTS_H_
+#ifndef COMMON_LOGGED_POINTS_H_
+#define COMMON_LOGGED_POINTS_H_
 
 #include <cstdint>
 #include <string>
@@ -60,4 +61,4 @@ void findActiveAlarms(toolkit::CCds& cds, std::vector<ActiveAlarm>& alarms);
 
 }  // namespace wsgated
 
-#endif  // TOOLS_HISTORY_LOGGED_POINTS_H_
+#endif  // COMMON_LOGGED_POINTS_H_
