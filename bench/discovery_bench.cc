@@ -32,7 +32,7 @@
 #include "common/service_options.h"
 #include "discovery/attribute_search.h"
 #include "discovery/device_tree.h"
-#include "discovery/search_pattern.h"
+#include "common/search_pattern.h"
 #include "platform/cds.h"
 #include "platform/seed.h"
 

@@ -62,6 +62,12 @@ class EventRecordBuilder {
   // the record is dropped (`value` may then be partly filled).
   bool buildPublishedValue(const toolkit::CEvent& record,
                            nss1__PublishedValue& value);
+  // The source rule alone, for records made from elsewhere than a log (the
+  // active alarms table): how `record`'s source path and value are shown.
+  // May throw (no memory, a failing translation).
+  void fillSourceAndValue(const toolkit::CEvent& record,
+                          std::string*& sourcePath, std::string*& value,
+                          std::string*& numericValue);
 
  private:
   // How a source path is shown, worked out once per path.
@@ -80,9 +86,6 @@ class EventRecordBuilder {
 
   // The parts every record has in common. False when dropped.
   bool fillEvent(const toolkit::CEvent& record, nss1__Event& event);
-  void fillSourceAndValue(const toolkit::CEvent& record,
-                          std::string*& sourcePath, std::string*& value,
-                          std::string*& numericValue);
   const ShownPath& shownPath(const std::string& sourcePath);
   // The state name of a Boolean or multistate `value` of `node` in the
   // request's locale; false for any other value.

@@ -43,7 +43,18 @@ stop_daemon_left_behind() {
   done
 }
 
+# The same for the alarm handler, by its row's pid.
+stop_alarms_left_behind() {
+  [ -x "$cdsctl" ] && [ -f "$store" ] || return 0
+  local pid
+  for pid in $("$cdsctl" --store "$store" watchdogs 2>/dev/null |
+               awk -F'\t' '$1 == "alarms" { split($2, p, " "); print p[2] }'); do
+    stop_process "$pid" card-alarms TERM
+  done
+}
+
 stop_pid "$run_dir/supervisor.pid" wsgated-supervisor TERM
 stop_daemon_left_behind
+stop_alarms_left_behind
 stop_pid "$run_dir/nginx/nginx.pid" nginx QUIT
 exit $status

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "discovery/search_pattern.h"
+#include "common/search_pattern.h"
 
 namespace wsgated {
 

@@ -284,6 +284,34 @@ class Stack:
         return [line for line in shown.splitlines()
                 if line.strip().isdigit()]
 
+    # -- the card's alarm handler (card-alarms, docs/alarms.md) --------
+    def start_alarm_handler(self):
+        """card-alarms beside the daemon on this stack's store and
+        alarm/event log, stepping every 0.2 s; stop_alarm_handler ends it."""
+        self.alarm_log = os.path.join(self.dir, "alarms.log")
+        self.alarm_handler = subprocess.Popen(
+            [os.environ["CARD_ALARMS_BIN"], "--store", self.store, "-D", "2",
+             "--log-file", self.alarm_log, "--event-log",
+             self.paths["WSGATED_EVENT_LOG"], "--pace-seconds", "0.2",
+             "--rescan-seconds", "0.5"], env=self.env(),
+            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        wait_until(lambda: "Alarm handler started" in self.alarm_handler_log()
+                   or self.alarm_handler.poll() is not None,
+                   "the alarm handler's start")
+        assert self.alarm_handler.poll() is None, self.alarm_handler_log()
+
+    def alarm_handler_log(self):
+        with open(self.alarm_log, "a+", errors="replace") as f:
+            f.seek(0)
+            return f.read()
+
+    def stop_alarm_handler(self):
+        """SIGTERM the alarm handler by its pid and wait for it."""
+        handler = getattr(self, "alarm_handler", None)
+        if handler is not None and handler.poll() is None:
+            os.kill(handler.pid, signal.SIGTERM)
+            handler.wait(timeout=START_LIMIT_S)
+
     # -- tear-down ----------------------------------------------------
     def stop_daemon(self):
         """SIGTERM the daemon and wait for it; returns its exit status."""

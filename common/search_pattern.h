@@ -1,4 +1,5 @@
-// SearchPattern: the regular expression of one attribute search.
+// SearchPattern: the regular expression of one search: an attribute
+// search, or the path filter of the active alarms.
 //
 // Patterns are Boost.Regex patterns in its default (Perl) syntax, and a
 // text matches when the pattern occurs anywhere in it (regex_search; no
@@ -34,8 +35,8 @@
 // exactly what compiling anew for each text would give (kPerText does that;
 // a test and the benchmark compare the two).
 
-#ifndef DISCOVERY_SEARCH_PATTERN_H_
-#define DISCOVERY_SEARCH_PATTERN_H_
+#ifndef COMMON_SEARCH_PATTERN_H_
+#define COMMON_SEARCH_PATTERN_H_
 
 #include <chrono>
 #include <cstddef>
@@ -116,4 +117,4 @@ class SearchPattern {
 
 }  // namespace wsgated
 
-#endif  // DISCOVERY_SEARCH_PATTERN_H_
+#endif  // COMMON_SEARCH_PATTERN_H_

@@ -11,7 +11,7 @@
 // is specialised for it to apply the allowance described in the header.
 // Every other use of Boost.Regex in the program keeps the stock matcher.
 
-#include "discovery/search_pattern.h"
+#include "common/search_pattern.h"
 
 #include <algorithm>
 #include <boost/regex.hpp>
