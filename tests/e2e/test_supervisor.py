@@ -44,16 +44,17 @@ class SupervisedStack(harness.Stack):
 
     def start_daemon(self):
         command = " ".join(shlex.quote(word) for word in
-                           [os.environ["WSGATED_BIN"]] + self.daemon_args +
+                           harness.program("WSGATED_BIN") + self.daemon_args +
                            self.daemon_path_args())
-        argv = [os.environ["WSGATED_SUPERVISOR_BIN"], "--store", self.store,
-                "--log-file", self.supervisor_log, "-D", "2",
-                "--check-seconds", str(CHECK_S),
-                "--start-grace-seconds", "5",
-                "--stop-grace-seconds", str(STOP_GRACE_S),
-                "--backoff-seconds", "0.5", "--backoff-max-seconds", "2",
-                "--pid-file", self.pid_file,
-                "--program", "wsgated=" + command]
+        argv = harness.program("WSGATED_SUPERVISOR_BIN") + [
+            "--store", self.store,
+            "--log-file", self.supervisor_log, "-D", "2",
+            "--check-seconds", str(CHECK_S),
+            "--start-grace-seconds", "5",
+            "--stop-grace-seconds", str(STOP_GRACE_S),
+            "--backoff-seconds", "0.5", "--backoff-max-seconds", "2",
+            "--pid-file", self.pid_file,
+            "--program", "wsgated=" + command]
         self.supervisor = subprocess.Popen(
             argv, env=self.env(), stdin=subprocess.DEVNULL,
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
