@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cfloat>
 #include <climits>
 #include <cmath>
@@ -47,23 +48,27 @@ TEST(Element, Strtol32SaturatesLikeTheDevice) {
     const char* text;
     int32_t value;
     size_t end;
+    int error;  // errno after the call, which is 0 before it
   } cases[] = {
-      {"2147483647", INT32_MAX, 10},
-      {"2147483648", INT32_MAX, 10},
-      {"99999999999999999999999", INT32_MAX, 23},
-      {"-2147483648", INT32_MIN, 11},
-      {"-2147483649", INT32_MIN, 11},
-      {" \t+42xyz", 42, 5},
-      {"-0", 0, 2},
+      {"2147483647", INT32_MAX, 10, 0},
+      {"2147483648", INT32_MAX, 10, ERANGE},
+      {"99999999999999999999999", INT32_MAX, 23, ERANGE},
+      {"-2147483648", INT32_MIN, 11, 0},
+      {"-2147483649", INT32_MIN, 11, ERANGE},
+      {" \t+42xyz", 42, 5, 0},
+      {"-0", 0, 2, 0},
       // No digit: nothing consumed, not even the blanks or the sign.
-      {"  -x", 0, 0},
-      {"", 0, 0},
-      {nullptr, 0, 0},
+      {"  -x", 0, 0, 0},
+      {"", 0, 0, 0},
+      {nullptr, 0, 0, 0},
   };
   for (const auto& c : cases) {
+    SCOPED_TRACE(c.text != nullptr ? c.text : "(null)");
     size_t end = 99;
-    EXPECT_EQ(pcd_strtol32(c.text, &end), c.value) << c.text;
-    EXPECT_EQ(end, c.end) << c.text;
+    errno = 0;
+    EXPECT_EQ(pcd_strtol32(c.text, &end), c.value);
+    EXPECT_EQ(end, c.end);
+    EXPECT_EQ(errno, c.error);
   }
   EXPECT_EQ(pcd_strtol32("7", nullptr), 7);
 }
