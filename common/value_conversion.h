@@ -10,6 +10,7 @@
 #ifndef COMMON_VALUE_CONVERSION_H_
 #define COMMON_VALUE_CONVERSION_H_
 
+#include <locale>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -101,6 +102,13 @@ int recastAttribute(toolkit::CCds& cds, const std::string& nodePath,
 data_type_t lookupValueType(toolkit::CCds& cds, const std::string& nodePath,
                             const PrefetchedLeaves* prefetched,
                             std::string& possibleValues, bool& enumerated);
+
+// A possible-values list ("Off;On", "1=Open;2=Closed") in `locale`, with
+// the domain "toolkit"; the platform translates it item by item, keeping
+// the states' numbers. Null `locale` (no locale support) keeps the list.
+// May throw what Boost.Locale throws.
+std::string translateStateList(const std::string& list,
+                               const std::locale* locale);
 
 // The text a read returns for `element`, stored at the normalised `path`.
 // Sets `enumerated` when the value was rendered as a state name. Never

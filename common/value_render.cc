@@ -21,12 +21,11 @@ namespace {
 
 const char* const kDomain = "toolkit";
 
-// A possible-values list in the caller's language; the platform translates
-// it item by item, keeping the states' numbers.
+// A possible-values list in the caller's language.
 std::string translatedList(const ServiceOptions& options,
                            const std::string& list) {
-  if (!options.localeSupport) return list;
-  return CElement(list).to_translated_string(options.stdLocale, kDomain);
+  return translateStateList(list,
+                            options.localeSupport ? &options.stdLocale : nullptr);
 }
 
 // A boolean as its node's text for true or false ("Open"/"Closed"), unless
@@ -82,6 +81,12 @@ void renderLabel(const ServiceOptions& options, int code,
 }
 
 }  // namespace
+
+std::string translateStateList(const std::string& list,
+                               const std::locale* locale) {
+  if (locale == nullptr) return list;
+  return CElement(list).to_translated_string(*locale, kDomain);
+}
 
 void renderValue(toolkit::CCds& cds, const ServiceOptions& options,
                  const toolkit::CPath& path, const CElement& element,

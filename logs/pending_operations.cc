@@ -7,16 +7,6 @@
 #include "contract/operation.h"
 #include "soapH.h"
 
-int __nsqv__getEventLog(struct soap* soap, struct _nsqv__getEventLog*,
-                        struct _nsqv__getEventLogResponse&) {
-  return wsgated::operationNotAvailable(soap, "getEventLog");
-}
-
-int __nsqv__getDeltaLog(struct soap* soap, struct _nsqv__getDeltaLog*,
-                        struct _nsqv__getDeltaLogResponse&) {
-  return wsgated::operationNotAvailable(soap, "getDeltaLog");
-}
-
 int __nsqv__getActiveAlarms(struct soap* soap, struct _nsqv__getActiveAlarms*,
                             struct _nsqv__getActiveAlarmsResponse&) {
   return wsgated::operationNotAvailable(soap, "getActiveAlarms");

@@ -40,6 +40,7 @@ enum log_status_t : int {
   LOG_STATUS_BAD_ARGUMENT = 7,  // null handle or path, unsupported flag or
                                 // setting
   LOG_STATUS_READ_ONLY = 8,     // a writer cannot write the file or folder
+  LOG_STATUS_NOT_FOUND = 9,     // a trend log holds no such device
 };
 
 // Text name of a status ("OK", "NO_FILE", ...), for logs and tools.

@@ -26,6 +26,8 @@ const char* pcd_log_status_name(int status) {
       return "BAD_ARGUMENT";
     case LOG_STATUS_READ_ONLY:
       return "READ_ONLY";
+    case LOG_STATUS_NOT_FOUND:
+      return "NOT_FOUND";
     default:
       return "UNKNOWN";
   }

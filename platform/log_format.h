@@ -53,6 +53,16 @@ int check_header(const std::string& path);
 // no process ever opens a half-made log.
 int create_log(const std::string& path, long long row_cap, int page_size);
 
+// What check_header and create_log do for any SQLite file of the toolkit
+// (the trend log uses them too): check that `path` is a regular file whose
+// header carries `application_id` and `schema_version`; create the file at
+// `path` by running `script` (which sets the page size, WAL mode, the
+// schema and both marks) in a file of a temporary name that is renamed into
+// place, under the folder lock, unless the file exists.
+int check_sqlite_header(const std::string& path, int32_t application_id,
+                        int32_t schema_version);
+int create_database(const std::string& path, const std::string& script);
+
 // A page size SQLite accepts: 0, or a power of two from 512 to 65536.
 bool valid_page_size(int page_size);
 // PRAGMA cache_size for a size in bytes (negative: KiB), at least 1 KiB.

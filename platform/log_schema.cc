@@ -57,21 +57,13 @@ void remove_database_files(const std::string& path) {
   unlink((path + "-shm").c_str());
 }
 
-// Runs the schema in a new file at `path`. WAL is set after the page size,
-// which cannot change once the file is in WAL mode. Closing the only
-// connection checkpoints the WAL into the file, so the header that readers
-// check is complete before the file is renamed into place.
-int write_new_log(const std::string& path, long long row_cap, int page_size) {
+// Runs `script` in a new file at `path`. Closing the only connection
+// checkpoints the WAL into the file, so the header that readers check is
+// complete before the file is renamed into place.
+int write_new_database(const std::string& path, const std::string& script) {
   sqlite3* db = nullptr;
   int rc = sqlite3_open_v2(path.c_str(), &db,
                            SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
-  const std::string script =
-      "PRAGMA page_size = " + std::to_string(page_size) +
-      ";PRAGMA journal_mode = WAL;BEGIN;" + kSchema +
-      "PRAGMA application_id = " + std::to_string(kApplicationId) +
-      ";PRAGMA user_version = " + std::to_string(kSchemaVersion) +
-      ";INSERT INTO meta VALUES('row_cap', " + std::to_string(row_cap) +
-      ");INSERT INTO meta VALUES('rows', 0);COMMIT;";
   if (rc == SQLITE_OK) {
     rc = sqlite3_exec(db, script.c_str(), nullptr, nullptr, nullptr);
   }
@@ -101,7 +93,8 @@ class FolderLock {
 
 }  // namespace
 
-int check_header(const std::string& path) {
+int check_sqlite_header(const std::string& path, int32_t application_id,
+                        int32_t schema_version) {
   const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) return errno == ENOENT ? LOG_STATUS_NO_FILE : LOG_STATUS_IO_ERROR;
   struct stat info;
@@ -116,14 +109,18 @@ int check_header(const std::string& path) {
       memcmp(header, kSqliteMagic, sizeof(kSqliteMagic)) != 0) {
     return LOG_STATUS_NOT_DATABASE;
   }
-  if (big_endian_at(header, kApplicationIdOffset) != kApplicationId ||
-      big_endian_at(header, kUserVersionOffset) != kSchemaVersion) {
+  if (big_endian_at(header, kApplicationIdOffset) != application_id ||
+      big_endian_at(header, kUserVersionOffset) != schema_version) {
     return LOG_STATUS_NOT_LOG;
   }
   return LOG_STATUS_OK;
 }
 
-int create_log(const std::string& path, long long row_cap, int page_size) {
+int check_header(const std::string& path) {
+  return check_sqlite_header(path, kApplicationId, kSchemaVersion);
+}
+
+int create_database(const std::string& path, const std::string& script) {
   const std::string folder = folder_of(path);
   struct stat info;
   if (stat(folder.c_str(), &info) != 0) return LOG_STATUS_NO_FILE;
@@ -131,17 +128,30 @@ int create_log(const std::string& path, long long row_cap, int page_size) {
   FolderLock lock(folder);
   if (!lock.locked()) return LOG_STATUS_IO_ERROR;
   if (stat(path.c_str(), &info) == 0) return LOG_STATUS_OK;  // made meanwhile
-  // A -wal left behind by a deleted log would be replayed onto the new file.
+  // A -wal left behind by a deleted file would be replayed onto the new one.
   unlink((path + "-wal").c_str());
   unlink((path + "-shm").c_str());
   const std::string temp = path + ".new." + std::to_string(getpid());
   remove_database_files(temp);
-  int status = write_new_log(temp, row_cap, page_size);
+  int status = write_new_database(temp, script);
   if (status == LOG_STATUS_OK && rename(temp.c_str(), path.c_str()) != 0) {
     status = LOG_STATUS_IO_ERROR;
   }
   remove_database_files(temp);
   return status;
+}
+
+// WAL is set after the page size, which cannot change once the file is in
+// WAL mode.
+int create_log(const std::string& path, long long row_cap, int page_size) {
+  return create_database(
+      path, "PRAGMA page_size = " + std::to_string(page_size) +
+                ";PRAGMA journal_mode = WAL;BEGIN;" + kSchema +
+                "PRAGMA application_id = " + std::to_string(kApplicationId) +
+                ";PRAGMA user_version = " + std::to_string(kSchemaVersion) +
+                ";INSERT INTO meta VALUES('row_cap', " +
+                std::to_string(row_cap) +
+                ");INSERT INTO meta VALUES('rows', 0);COMMIT;");
 }
 
 }  // namespace logdb

@@ -54,6 +54,30 @@ create_store() {
   "$cdsctl" --store "$store" create --replace "$seed"
 }
 
+# A week of plausible trend history in a fresh trend log, so that the trend
+# operations and `cdsctl trend chart` have something to show at once; the
+# trend recorder, which serve.sh starts, carries it on.
+backfill_trends() (
+  WSGATED_DATA_DIR=$run_dir/data . deploy/paths.env
+  step "writing a week of trend history into $WSGATED_TREND_LOG"
+  mkdir -p "$WSGATED_LOG_DIR"
+  rm -f "$WSGATED_TREND_LOG" "$WSGATED_TREND_LOG-wal" "$WSGATED_TREND_LOG-shm"
+  "$build_dir/card/trends/card-trends" --store "$store" \
+    --trend-log "$WSGATED_TREND_LOG" --backfill-days 7
+)
+# A week of the sample device's logs, ending now, in the files the daemon
+# reads (deploy/paths.env): log-history samples the points the seed marks
+# as Delta-logged and adds events, alarms matching the store's alarm table
+# and configuration changes (docs/logs.md). Seed 1: every run alike.
+seed_history() {
+  step "writing a week of log history into $run_dir/data/logs"
+  (WSGATED_DATA_DIR=$run_dir/data . deploy/paths.env &&
+   mkdir -p "$WSGATED_LOG_DIR" &&
+   "$build_dir/tools/history/log-history" --store "$store" --replace \
+     --seed 1 --delta-log "$WSGATED_DELTA_LOG" \
+     --event-log "$WSGATED_EVENT_LOG" --system-log "$WSGATED_SYSTEM_LOG")
+}
+
 show_store() {
   step "the devices in the store"
   "$cdsctl" --store "$store" show /Devices --depth 1
@@ -161,6 +185,8 @@ install_deps
 build
 stop_previous
 create_store
+backfill_trends
+seed_history
 show_store
 serve
 write_example

@@ -9,7 +9,8 @@
 #
 # Environment: BUILD_DIR (./build), RUN_DIR (./.run), WSGATED_PORT (8080),
 # WSGATED_TLS_PORT (8443), WSGATED_REBOOT_CMD (a missing file: no reboot),
-# WSGATED_WATCHDOG_S (the daemon's watchdog period, 90).
+# WSGATED_WATCHDOG_S (the daemon's watchdog period, 90),
+# WSGATED_TREND_SAMPLE_S (the trend recorder's sampling interval, 5).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -77,12 +78,19 @@ daemon_paths+=" -a $(quote_word "$WSGATED_EVENT_LOG")"
 daemon_paths+=" -s $(quote_word "$WSGATED_SYSTEM_LOG")"
 daemon_paths+=" -t $(quote_word "$WSGATED_TREND_LOG")"
 daemon_paths+=" -w $(quote_word "$WSGATED_WAVEFORM_DIR")"
+# The card's companions (docs/card.md) that the supervisor runs beside the
+# daemon, each as --program NAME=COMMAND.
+companions=()
+# The trend recorder: samples the trended points into the trend log
+# (WSGATED_TREND_SAMPLE_S seconds apart, default 5); its log is trends.log.
+companions+=(--program "trends=$(quote_word "$build_dir/card/trends/card-trends") -D 2 --log-file $(quote_word "$run_dir/trends.log") --trend-log $(quote_word "$WSGATED_TREND_LOG") --sample-seconds ${WSGATED_TREND_SAMPLE_S:-5}")
 # Its own session: a terminal's hang-up must not stop the demo. Its log is
 # supervisor.log; supervisor.out takes what it and the daemon write on
 # standard error (an exec that failed, a second daemon refused).
 setsid "$build_dir/card/supervisor/wsgated-supervisor" --store "$store" \
   --log-file "$run_dir/supervisor.log" -D 2 --pid-file "$pid_file" \
   --program "wsgated=$(quote_word "$build_dir/host/wsgated") -D 2 $daemon_paths" \
+  "${companions[@]}" \
   < /dev/null > "$run_dir/supervisor.out" 2>&1 &
 
 # The daemon records its pid with its watchdog registration; the socket

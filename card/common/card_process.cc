@@ -79,22 +79,24 @@ int CardProcess::run(int argc, char** argv) {
   ProcessLog log(name_, options_.logFile, options_.verbosity);
   logNotice(kLogAlways, "Starting %s (store %s, watchdog %d s)", name_.c_str(),
             options_.storePath.c_str(), options_.watchdogSeconds);
-  if (!openStore()) return 1;
+  const bool oneShot = companion_->oneShot();
+  if (!openStore(!oneShot)) return 1;
   const bool started = companion_->start(store_);
-  if (started) loop();
+  if (started && !oneShot) loop();
   companion_->stop(store_);
   finish();
   logNotice(kLogAlways, "Exiting %s", name_.c_str());
   return started ? 0 : 1;
 }
 
-bool CardProcess::openStore() {
+bool CardProcess::openStore(bool registerRow) {
   store_.handle = pcd_init();
   if (!store_.is_open()) {
     logError(kLogAlways, "Cannot open the store %s",
              options_.storePath.c_str());
     return false;
   }
+  if (!registerRow) return true;
   api_status_t status = API_STATUS_UNKNOWN;
   if (store_.watchdog_register(status, name_, options_.watchdogSeconds, true) !=
       0) {

@@ -57,6 +57,13 @@ class Companion {
   // Seconds from the end of one step to the start of the next.
   virtual double paceSeconds() const = 0;
 
+  // True when the options asked for a one-shot run, a tool mode of the
+  // program (the trend recorder's back-fill): the process then registers
+  // no watchdog row, since no supervisor runs it, and runs no steps:
+  // start() does the whole work, and the exit status is 0 when it
+  // succeeded, else 1.
+  virtual bool oneShot() const { return false; }
+
   // Once the store is open and the row registered; false ends the process
   // with exit status 1 (after the row is cleared).
   virtual bool start(toolkit::CCds& store) = 0;
@@ -82,7 +89,7 @@ class CardProcess {
   int run(int argc, char** argv);
 
  private:
-  bool openStore();
+  bool openStore(bool registerRow);
   void loop();
   void ping();
   void finish();

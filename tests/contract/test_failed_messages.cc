@@ -19,11 +19,21 @@ long long g_live = 0;  // operator new minus operator delete
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+// Every form of the plain operators, so that whatever allocates (the
+// engine uses the nothrow forms) is counted and freed alike.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   void* block = std::malloc(size == 0 ? 1 : size);
-  if (block == nullptr) throw std::bad_alloc();
-  ++g_live;
+  if (block != nullptr) ++g_live;
   return block;
+}
+void* operator new(std::size_t size) {
+  void* block = operator new(size, std::nothrow);
+  if (block == nullptr) throw std::bad_alloc();
+  return block;
+}
+void* operator new[](std::size_t size) { return operator new(size); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+  return operator new(size, std::nothrow);
 }
 void operator delete(void* block) noexcept {
   if (block == nullptr) return;
@@ -31,6 +41,16 @@ void operator delete(void* block) noexcept {
   std::free(block);
 }
 void operator delete(void* block, std::size_t) noexcept {
+  operator delete(block);
+}
+void operator delete(void* block, const std::nothrow_t&) noexcept {
+  operator delete(block);
+}
+void operator delete[](void* block) noexcept { operator delete(block); }
+void operator delete[](void* block, std::size_t) noexcept {
+  operator delete(block);
+}
+void operator delete[](void* block, const std::nothrow_t&) noexcept {
   operator delete(block);
 }
 

@@ -117,8 +117,11 @@ class Reliability(unittest.TestCase):
             for _ in range(100):
                 over_long_request()
             grown = resident_kib(stack.daemon_pid) - before
-            self.assertLess(grown, 4 * 1024, "resident memory grew %d KiB"
-                            % grown)
+            # AddressSanitizer keeps freed memory in quarantine, so there
+            # the resident size says nothing; its leak check at exit does.
+            if not os.environ.get("WSGATED_SANITIZED"):
+                self.assertLess(grown, 4 * 1024, "resident memory grew %d KiB"
+                                % grown)
             self.assertEqual("Enabled", self.value(stack))
             # Built with LeakSanitizer, a leak makes the exit status 23.
             self.assertEqual(0, stack.stop_daemon())

@@ -66,6 +66,17 @@ bool TakeOption(std::vector<std::string>* args, const std::string& name,
   return true;
 }
 
+bool TakeTime(std::vector<std::string>* args, const std::string& name,
+              bool* found, timeval* time, std::string* error) {
+  std::string text;
+  if (!TakeOption(args, name, &text, found, error)) return false;
+  if (*found && !ParseTime(text, time)) {
+    *error = "option " + name + " needs a time, not '" + text + "'";
+    return false;
+  }
+  return true;
+}
+
 bool TakeFlag(std::vector<std::string>* args, const std::string& name) {
   for (size_t i = 0; i < args->size(); ++i) {
     if ((*args)[i] == name) {

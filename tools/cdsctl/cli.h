@@ -52,6 +52,10 @@ std::unique_ptr<toolkit::CCds> OpenStore(const Invocation& invocation);
 bool TakeOption(std::vector<std::string>* args, const std::string& name,
                 std::string* value, bool* found, std::string* error);
 
+// Like TakeOption for a time as ParseTime reads it (--from, --to).
+bool TakeTime(std::vector<std::string>* args, const std::string& name,
+              bool* found, timeval* time, std::string* error);
+
 // Removes the flag `name` from `args`; true when it was there.
 bool TakeFlag(std::vector<std::string>* args, const std::string& name);
 
@@ -105,6 +109,8 @@ int CmdSyslog(const Invocation& invocation);
 int CmdLog(const Invocation& invocation);
 // cmd_attributes.cc
 int CmdAttributes(const Invocation& invocation);
+// cmd_trend.cc
+int CmdTrend(const Invocation& invocation);
 
 }  // namespace cdsctl
 

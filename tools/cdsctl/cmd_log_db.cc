@@ -159,18 +159,6 @@ struct ShowOptions {
   bool latest = false, reverse = false, serialized = false;
 };
 
-// Takes --from or --to; false with `error` set when its time is bad.
-bool TakeTime(std::vector<std::string>* args, const std::string& name,
-              bool* found, timeval* time, std::string* error) {
-  std::string text;
-  if (!TakeOption(args, name, &text, found, error)) return false;
-  if (*found && !ParseTime(text, time)) {
-    *error = "option " + name + " needs a time, not '" + text + "'";
-    return false;
-  }
-  return true;
-}
-
 int LogShow(std::vector<std::string> args) {
   ShowOptions o;
   std::string error;

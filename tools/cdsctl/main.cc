@@ -52,6 +52,16 @@ const char kUsage[] =
     "  log append FILE [INPUT]        records from INPUT (default stdin) in\n"
     "                                 the show form or serialized, one batch\n"
     "  attributes [--markdown]        the table of well-known attributes\n"
+    "Trend logs (interval trends, the trend recorder's file):\n"
+    "  trend show FILE [--last N]     periods, devices with their parameters,\n"
+    "                                 each device's last N snapshots (3)\n"
+    "  trend chart FILE DEVICE [--period S] [--point PATH]... [--value V]\n"
+    "           [--from TIME] [--to TIME] [--max N] [--width W] [--height H]\n"
+    "                                 the device's trend as an SVG chart on\n"
+    "                                 standard output: V (min, max, avg,\n"
+    "                                 actual; avg) of each parameter (all),\n"
+    "                                 per period S (the shortest), the\n"
+    "                                 newest N snapshots (2000)\n"
     "\n"
     "Exit status: 0 done, 1 bad usage, 2 store or log cannot be opened,\n"
     "3 operation failed.\n";
@@ -71,6 +81,7 @@ const Command kCommands[] = {
     {"rule", CmdRule},           {"events", CmdEvents},
     {"watchdogs", CmdWatchdogs}, {"syslog", CmdSyslog},
     {"attributes", CmdAttributes}, {"log", CmdLog},
+    {"trend", CmdTrend},
 };
 
 bool IsHelp(const std::string& arg) { return arg == "-h" || arg == "--help"; }
