@@ -4,6 +4,7 @@
 // (scripts/cross-test.sh ppc).
 
 #include <gtest/gtest.h>
+#include <algorithm>
 
 #include <cerrno>
 #include <cfloat>
@@ -330,6 +331,34 @@ TEST(QrxTime, ConvertsToAndFromTimeval) {
   }
   EXPECT_EQ(qrx_QRXtoUNIXtime64(0, nullptr), -1);
   EXPECT_EQ(qrx_UNIXtoQRXtime64(nullptr), 0);
+}
+
+// Far times keep their order: a 32-bit time_t (the device's) takes its last
+// or first second rather than wrapping, so an open-ended bound of a query
+// (the largest xsd:long) stays after every record.
+TEST(QrxTime, FarTimesSaturateAtTheEndsOfTimeT) {
+  constexpr qrx_time64_t kMicros = 1000000;
+  constexpr int64_t kSecondMax = std::numeric_limits<time_t>::max();
+  constexpr int64_t kSecondMin = std::numeric_limits<time_t>::min();
+  const struct {
+    qrx_time64_t qrx;
+    int64_t sec;
+  } cases[] = {
+      {std::numeric_limits<qrx_time64_t>::max(),
+       std::min<int64_t>(INT64_MAX / kMicros, kSecondMax)},
+      {std::numeric_limits<qrx_time64_t>::min(),
+       std::max<int64_t>(INT64_MIN / kMicros - 1, kSecondMin)},
+      {4102444800LL * kMicros, std::min<int64_t>(4102444800LL, kSecondMax)},
+      {-4102444800LL * kMicros, std::max<int64_t>(-4102444800LL, kSecondMin)},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.qrx);
+    timeval back = tv(-7, -7);
+    ASSERT_EQ(qrx_QRXtoUNIXtime64(c.qrx, &back), 0);
+    EXPECT_EQ(static_cast<int64_t>(back.tv_sec), c.sec);
+    EXPECT_GE(back.tv_usec, 0);
+    EXPECT_LT(back.tv_usec, 1000000);
+  }
   // A timeval that is not normalised still counts all its microseconds.
   timeval odd = tv(5, 1500000);
   EXPECT_EQ(qrx_UNIXtoQRXtime64(&odd), 6500000);
