@@ -57,10 +57,10 @@ else
 fi
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE="${BUILD_TYPE:-RelWithDebInfo}" \
   "${config[@]}" >/dev/null
-cmake --build "$build" -j"$(nproc)"
+cmake --build "$build" -j2
 
 cd "$build"
-jobs=-j"$(nproc)"
+jobs=-j2
 case $target in
   s390x)
     # The end-to-end tests start the daemon, the store's tool and nginx
