@@ -63,12 +63,13 @@ std::string textValue(const std::string& token) {
   return equals == std::string::npos ? std::string() : token.substr(equals + 1);
 }
 
-// atoi's rule on purpose: "12abc" is 12, "abc" 0; only a positive value
-// replaces the precision already set.
+// atoi's rule on purpose: "12abc" is 12, "abc" 0, and beyond 32 bits the
+// device's limit (its long has 32 bits); only a positive value replaces the
+// precision already set.
 void applyPrecision(const std::string& token, ServiceOptions& options) {
   size_t equals = token.find('=');
   if (equals == std::string::npos) return;
-  int value = atoi(token.c_str() + equals + 1);
+  const int value = toolkit::pcd_strtol32(token.c_str() + equals + 1, nullptr);
   if (value > 0) options.precision = value;
 }
 

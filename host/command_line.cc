@@ -7,8 +7,9 @@
 #include <stdsoap2.h>  // GSOAP_VERSION: the engine we were built against
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
+
+#include "platform/element.h"  // pcd_strtol32: the device's strtol
 
 namespace wsgated {
 
@@ -71,20 +72,24 @@ bool setWaveFolder(const char* v, CommandLine* l, FILE*) {
   return true;
 }
 
+// Numbers follow the device's strtol and atoi, whose long has 32 bits:
+// "3000000000" is 2147483647 there, and must not wrap to a negative int
+// where long is wider.
+
 // Trailing characters are tolerated ("12abc" is 12): older start scripts
 // pass values with units attached.
 bool setMaxRecords(const char* v, CommandLine* l, FILE*) {
-  char* end = nullptr;
-  long n = strtol(v, &end, 10);
-  if (end == v || n < 0) return false;
-  l->maxDeltaRecords = static_cast<int32_t>(n);
+  size_t used = 0;
+  const int32_t n = toolkit::pcd_strtol32(v, &used);
+  if (used == 0 || n < 0) return false;
+  l->maxDeltaRecords = n;
   return true;
 }
 
 // Positive size; `scale` converts the unit on the line into bytes.
 bool setSize(const char* v, const char* what, int scale, int32_t* target,
              FILE* err) {
-  int n = atoi(v);
+  const int n = toolkit::pcd_strtol32(v, nullptr);  // atoi
   if (n < 1) {
     fprintf(err, "Error: invalid %s: %d\n", what, n);
     return false;
@@ -105,13 +110,13 @@ bool setHeapLimit(const char* v, CommandLine* l, FILE* e) {
 // errno is deliberately not cleared first: a stale error from start-up
 // rejects the level, as it always has on the device.
 bool setVerbosity(const char* v, CommandLine* l, FILE* err) {
-  char* end = nullptr;
-  long n = strtol(v, &end, 10);
-  if (end == v || *end != '\0' || errno != 0) {
+  size_t used = 0;
+  const int32_t n = toolkit::pcd_strtol32(v, &used);
+  if (used == 0 || v[used] != '\0' || errno != 0) {
     fprintf(err, "Error: invalid syslog Level: %s\n", strerror(errno));
     return false;
   }
-  l->verbosity = static_cast<int>(n);
+  l->verbosity = n;
   return true;
 }
 

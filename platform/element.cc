@@ -9,6 +9,7 @@
 #include <locale.h>
 #include <strings.h>
 
+#include <cerrno>
 #include <charconv>
 #include <climits>
 #include <cmath>
@@ -219,6 +220,7 @@ int32_t pcd_strtol32(const char* text, size_t* end) {
   int64_t value = 0;
   size_t consumed = text != nullptr ? parse_wide(text, &value) : 0;
   if (end != nullptr) *end = consumed;
+  if (value < INT32_MIN || value > INT32_MAX) errno = ERANGE;
   return clamp_int32(value);
 }
 

@@ -113,8 +113,11 @@ class CElement {
 };
 
 // Parse text the way the device's 32-bit strtol does: leading blanks,
-// optional sign, decimal digits; the result saturates to INT32_MIN/INT32_MAX.
-// `end` receives the number of characters consumed (0 when no digit).
+// optional sign, decimal digits; the result saturates to INT32_MIN/INT32_MAX
+// and then sets errno to ERANGE (errno is otherwise left as it was, as
+// strtol leaves it). `end` receives the number of characters consumed (0
+// when no digit). The device's long has 32 bits: rules written for its
+// strtol and atoi use this, whatever the width of long here.
 int32_t pcd_strtol32(const char* text, size_t* end);
 
 }  // namespace toolkit

@@ -2,6 +2,8 @@
 
 #include "platform/qrxtime.h"
 
+#include <limits>
+
 namespace {
 
 constexpr int64_t kMicrosPerSecond = 1000000;
@@ -67,6 +69,16 @@ int qrx_QRXtoUNIXtime64(qrx_time64_t qrx, timeval* tv) {
   if (micros < 0) {  // C++ division truncates; times before 1970 floor
     micros += kMicrosPerSecond;
     seconds -= 1;
+  }
+  // A time_t of 32 bits (the device's) ends in 2038: a time beyond its
+  // range takes the nearest end instead of wrapping to the other side, so
+  // that a far bound of a query stays beyond every record.
+  if (seconds > std::numeric_limits<time_t>::max()) {
+    seconds = std::numeric_limits<time_t>::max();
+    micros = kMicrosPerSecond - 1;
+  } else if (seconds < std::numeric_limits<time_t>::min()) {
+    seconds = std::numeric_limits<time_t>::min();
+    micros = 0;
   }
   tv->tv_sec = static_cast<time_t>(seconds);
   tv->tv_usec = static_cast<suseconds_t>(micros);

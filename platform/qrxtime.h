@@ -31,7 +31,9 @@ time_t qrx_GetMonoTime(void);
 // timeval (UNIX seconds and microseconds) to qrx time; null gives 0.
 qrx_time64_t qrx_UNIXtoQRXtime64(const timeval* tv);
 // qrx time to timeval; microseconds are always 0..999999 (negative times
-// round toward minus infinity). Returns 0, or -1 when `tv` is null.
+// round toward minus infinity). Times beyond the range of time_t (after
+// 2038-01-19T03:14:07Z where it has 32 bits) give its last or first second.
+// Returns 0, or -1 when `tv` is null.
 int qrx_QRXtoUNIXtime64(qrx_time64_t qrx, timeval* tv);
 
 #endif  // PLATFORM_QRXTIME_H_

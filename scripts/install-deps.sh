@@ -17,6 +17,9 @@ packages=(
   # clang only recommends
   clang libclang-rt-14-dev
 )
+# Packages named on the command line too (scripts/cross-test.sh: the cross
+# compilers and qemu-user).
+packages+=("$@")
 
 missing=()
 for p in "${packages[@]}"; do

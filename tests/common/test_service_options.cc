@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+
 #include "common/service_options.h"
 #include "tests/common/service_fixture.h"
 
@@ -81,6 +83,8 @@ TEST_F(ServiceOptionsTest, TextAndNumberKeys) {
       {"precision=abc", kErrorStringNotGiven, "", 6},
       {"precision", kErrorStringNotGiven, "", 6},
       {"precision=4;precision=0", kErrorStringNotGiven, "", 4},
+      // The device's atoi stops at 32 bits; a wider long wraps to 1.
+      {"precision=4294967297", kErrorStringNotGiven, "", INT32_MAX},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.text);

@@ -16,6 +16,7 @@ Exit status 0 when every check passed.
 
 import argparse
 import os
+import shlex
 import subprocess
 import sys
 import tempfile
@@ -81,7 +82,9 @@ def check_round_trip(client, echo, port, operation, **arguments):
     service = client.bind("wsgated", port)
     envelope = client.create_message(service, operation, **arguments)
     sent = envelope.find("{*}Body")[0]
-    result = subprocess.run([echo], input=etree.tostring(envelope),
+    # A cross build names the emulator that runs the target's programs.
+    emulator = shlex.split(os.environ.get("WSGATED_EMULATOR", ""))
+    result = subprocess.run(emulator + [echo], input=etree.tostring(envelope),
                             capture_output=True)
     if result.returncode != 0:
         check(False, "%s via %s not understood: %s"

@@ -3,7 +3,8 @@
 Everything lives in one temporary folder (store, socket, nginx prefix,
 logs); every process started is stopped by its pid, also when a test fails.
 Paths come from the environment that ctest sets (see CMakeLists.txt):
-WSGATED_BIN, CDSCTL_BIN, WSGATED_WSDL, WSGATED_LOCALE_BUILD, SOURCE_DIR.
+WSGATED_BIN, CDSCTL_BIN, WSGATED_WSDL, WSGATED_LOCALE_BUILD, SOURCE_DIR, and
+in a cross build WSGATED_EMULATOR.
 """
 
 import base64
@@ -11,6 +12,7 @@ import http.client
 import os
 import shlex
 import shutil
+import shlex
 import signal
 import socket
 import ssl
@@ -35,9 +37,18 @@ DEMO_USERS = {"viewer": "viewer-demo", "operator": "operator-demo",
 # Known to the web server but given no role by the store: the store refuses
 # them, not nginx. Test-only; the shipped user list has no such account.
 TEST_USERS = dict(DEMO_USERS, guest="guest-test")
+# A cross build's programs run through an emulator (qemu-user: nothing on
+# this machine starts a foreign program by itself).
+EMULATOR = shlex.split(os.environ.get("WSGATED_EMULATOR", ""))
 # Bounded waits for start-up and shutdown; reaching one is a failure,
-# never a measurement.
-START_LIMIT_S = 20
+# never a measurement. Emulated programs run several times slower than
+# native ones, and their bound grows with them.
+START_LIMIT_S = 20 * (5 if EMULATOR else 1)
+
+
+def program(variable):
+    """The argv start of the built program that `variable` names."""
+    return EMULATOR + [os.environ[variable]]
 
 
 def envelope(body, version=12):
@@ -143,7 +154,7 @@ class Stack:
         self.close()
 
     def cdsctl(self, *args, check=True):
-        return subprocess.run([os.environ["CDSCTL_BIN"], "--store", self.store]
+        return subprocess.run(program("CDSCTL_BIN") + ["--store", self.store]
                               + list(args), check=check, capture_output=True,
                               text=True)
 
@@ -238,7 +249,7 @@ class Stack:
                 "-w", self.paths["WSGATED_WAVEFORM_DIR"]]
 
     def start_daemon(self):
-        argv = ([os.environ["WSGATED_BIN"]] + self.daemon_args +
+        argv = (program("WSGATED_BIN") + self.daemon_args +
                 self.daemon_path_args())
         if self.background:
             done = subprocess.run(argv, env=self.env(), capture_output=True)

@@ -12,6 +12,7 @@ import subprocess
 import sys
 import xml.etree.ElementTree as ET
 
+import harness
 from core_calls import Answer, StackTestCase
 
 END = 1772971200  # 2026-03-08T12:00:00Z
@@ -60,11 +61,11 @@ class LogsTest(StackTestCase):
         cls.files = {"delta": paths["WSGATED_DELTA_LOG"],
                      "alarms": paths["WSGATED_EVENT_LOG"],
                      "system": paths["WSGATED_SYSTEM_LOG"]}
-        subprocess.run([os.environ["LOG_HISTORY_BIN"], "--store",
-                        cls.stack.store, "--delta-log", cls.files["delta"],
-                        "--event-log", cls.files["alarms"], "--system-log",
-                        cls.files["system"], "--end", str(END), "--seed", "1"],
-                       check=True, capture_output=True)
+        subprocess.run(harness.program("LOG_HISTORY_BIN") + [
+            "--store", cls.stack.store, "--delta-log", cls.files["delta"],
+            "--event-log", cls.files["alarms"], "--system-log",
+            cls.files["system"], "--end", str(END), "--seed", "1"],
+            check=True, capture_output=True)
 
     def stored(self, log):
         """The log's records as cdsctl shows them: (time, kind, path,

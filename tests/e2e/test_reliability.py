@@ -77,7 +77,7 @@ class Reliability(unittest.TestCase):
     def test_a_second_daemon_refuses_to_start(self):
         with harness.Stack(daemon_args=("-D", "2"), background=True) as stack:
             second = subprocess.run(
-                [os.environ["WSGATED_BIN"], "-D", "2"], env=stack.env(),
+                harness.program("WSGATED_BIN") + ["-D", "2"], env=stack.env(),
                 capture_output=True, text=True, timeout=harness.START_LIMIT_S)
             self.assertEqual(1, second.returncode)
             self.assertEqual("wsgated: already running as pid %d on %s\n"
@@ -166,7 +166,7 @@ class Reliability(unittest.TestCase):
                 self.skipTest("no immutable files on this file system")
             try:
                 started = subprocess.run(
-                    [os.environ["WSGATED_BIN"], "-d"], env=stack.env(),
+                    harness.program("WSGATED_BIN") + ["-d"], env=stack.env(),
                     capture_output=True, timeout=harness.START_LIMIT_S)
             finally:
                 set_immutable(stack.store + "-shm", False)

@@ -42,7 +42,7 @@ def trend_data_body(device=METER, points=(), periods=(60,), start=0, end=0,
 
 def recorder_argv(stack, *more):
     """card-trends on the stack's store and trend log."""
-    return [os.environ["CARD_TRENDS_BIN"], "--store", stack.store,
+    return harness.program("CARD_TRENDS_BIN") + ["--store", stack.store,
             "--trend-log", stack.paths["WSGATED_TREND_LOG"],
             "--log-file", os.path.join(stack.dir, "trends.log")] + list(more)
 
@@ -255,9 +255,10 @@ class TrendRecorderTest(TrendCalls):
             cls.stack, "--sample-seconds", str(SAMPLE_S),
             "--watchdog-seconds", "10"))
         cls.supervisor = subprocess.Popen(
-            [os.environ["WSGATED_SUPERVISOR_BIN"], "--store", cls.stack.store,
-             "--log-file", os.path.join(cls.stack.dir, "supervisor.log"),
-             "--check-seconds", "0.5", "--program", "trends=" + command],
+            harness.program("WSGATED_SUPERVISOR_BIN") + [
+                "--store", cls.stack.store,
+                "--log-file", os.path.join(cls.stack.dir, "supervisor.log"),
+                "--check-seconds", "0.5", "--program", "trends=" + command],
             env=cls.stack.env(), stdin=subprocess.DEVNULL,
             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         cls.addClassCleanup(cls.stop_supervisor)

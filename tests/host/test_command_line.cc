@@ -6,6 +6,7 @@
 #include <stdsoap2.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -68,6 +69,10 @@ TEST(CommandLine, EveryValueOptionReachesItsField) {
   EXPECT_EQ(7, Parsed({"-m", "7x"}).line.maxDeltaRecords);
   EXPECT_EQ(0, Parsed({"-m", "0"}).line.maxDeltaRecords);
   EXPECT_EQ(-3, Parsed({"-D", "-3"}).line.verbosity);
+  // Numbers beyond 32 bits stop at the device's limit (its long has 32
+  // bits) rather than wrapping to negative values where long is wider.
+  EXPECT_EQ(INT32_MAX, Parsed({"-m", "3000000000"}).line.maxDeltaRecords);
+  EXPECT_EQ(INT32_MAX, Parsed({"-p", "4294967297"}).line.sqlitePageSize);
 }
 
 // Each refusal names the word, then prints the usage once and exits 1;
@@ -86,6 +91,10 @@ TEST(CommandLine, RefusalsNameTheWordThenTheUsage) {
       {{"-p", "-2"}, "Bad field: -2 \n", "Error: invalid page size: -2\n"},
       {{"-l", "x"}, "Bad field: x \n", "Error: invalid heap limit: 0\n"},
       {{"-D", "2x"}, "Bad field: 2x \n", "Error: invalid syslog Level: "},
+      {{"-D", "4294967297"}, "Bad field: 4294967297 \n",
+       "Error: invalid syslog Level: Numerical result out of range"},
+      {{"-p", "-4294967297"}, "Bad field: -4294967297 \n",
+       "Error: invalid page size: -2147483648\n"},
       // All unknown words are named; -d after them is still read.
       {{"-x", "-d", "-y"},
        "Unknown parameter: -x \nUnknown parameter: -y \n", ""},

@@ -20,7 +20,8 @@ fail() { echo "FAIL: $*" >&2; failures=$((failures + 1)); }
 # expect STATUS CMD... : runs cdsctl, keeps stdout/stderr in $out/$err.
 expect() {
   local want=$1; shift
-  "$cdsctl" "$@" >"$work/out" 2>"$work/err"
+  # shellcheck disable=SC2086  # the emulator's words, when there is one
+  ${WSGATED_EMULATOR:-} "$cdsctl" "$@" >"$work/out" 2>"$work/err"
   local got=$?
   out=$(cat "$work/out"); err=$(cat "$work/err")
   [ "$got" -eq "$want" ] || fail "cdsctl $* exited $got, wanted $want ($err)"
