@@ -1,0 +1,86 @@
+// Sending a subscriber its messages, in the order they were made, without
+// holding up anyone else.
+//
+// Each subscription has a DeliveryQueue: a bounded queue and a thread of
+// its own that posts one message at a time to the reply address. A
+// subscriber that is slow, dead or answering errors fills only its own
+// queue; when the queue is full the oldest message is dropped (and
+// counted), so the newest values still arrive once it recovers.
+//
+// One post: the address is checked and resolved again (reply_address.h)
+// and the transport pinned to the address checked; connect, send (no
+// progress for that long) and total time-outs; no redirects; https with
+// the peer's certificate and name verified. A 2xx answer delivers the
+// message, whatever its body; anything else (another status, a time-out, a
+// refused connection) is retried up to `retries` more times, waiting
+// `backoffMs`, then twice that, and so on, before the message is dropped.
+
+#ifndef CARD_PUBLISHER_DELIVERY_H_
+#define CARD_PUBLISHER_DELIVERY_H_
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+
+namespace wsgated {
+
+struct DeliveryOptions {
+  long connectMs = 5000;
+  long sendMs = 10000;   // no bytes moving for this long ends a post
+  long totalMs = 20000;
+  int retries = 3;
+  long backoffMs = 1000;
+  size_t queueLimit = 100;  // messages waiting per subscriber
+  std::set<std::string> allowedAddresses;
+  std::set<std::string> ownAddresses;
+};
+
+struct DeliveryCounts {
+  uint64_t delivered = 0;
+  uint64_t failed = 0;   // given up after the retries
+  uint64_t dropped = 0;  // pushed out of a full queue
+  uint64_t refused = 0;  // an address that may not be sent to
+};
+
+class DeliveryQueue {
+ public:
+  DeliveryQueue(const std::string& id, const std::string& replyUri,
+                const DeliveryOptions& options);
+  // Stops the thread: a post under way is cut at once, what waits is lost.
+  ~DeliveryQueue();
+  DeliveryQueue(const DeliveryQueue&) = delete;
+  DeliveryQueue& operator=(const DeliveryQueue&) = delete;
+
+  const std::string& replyUri() const { return replyUri_; }
+
+  // Queues one message (a whole SOAP envelope).
+  void push(std::string message);
+
+  DeliveryCounts counts();
+
+ private:
+  void run();
+  // Posts `message` once; true when answered 2xx.
+  bool post(const std::string& message);
+  // Waits `ms` or until stopped; false when stopped.
+  bool pause(long ms);
+
+  const std::string id_;
+  const std::string replyUri_;
+  const DeliveryOptions options_;
+  std::mutex mutex_;
+  std::condition_variable wake_;
+  std::deque<std::string> queue_;
+  DeliveryCounts counts_;
+  std::atomic<bool> stopping_{false};
+  std::thread thread_;
+};
+
+}  // namespace wsgated
+
+#endif  // CARD_PUBLISHER_DELIVERY_H_
