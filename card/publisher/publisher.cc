@@ -19,6 +19,9 @@ namespace wsgated {
 namespace {
 
 const char* const kSource = "Publisher";
+const char* const kDefaultDeltaLog = "/var/lib/wsgated/logs/deadband.db";
+const char* const kDefaultEventLog = "/var/lib/wsgated/logs/alarms.db";
+const char* const kDefaultSystemLog = "/var/lib/wsgated/logs/system.db";
 
 bool isNumber(const toolkit::CElement& element) {
   const data_type_t type = element.get_type();
@@ -30,6 +33,13 @@ bool takeMilliseconds(const std::string& text, long* ms) {
   double seconds = 0;
   if (!parseSeconds(text, &seconds)) return false;
   *ms = std::max(1L, std::lround(seconds * 1000));
+  return true;
+}
+
+// The daemon works in "/", so every log location is absolute.
+bool setPath(const std::string& value, std::string& path) {
+  if (value.empty() || value[0] != '/') return false;
+  path = value;
   return true;
 }
 
@@ -46,7 +56,14 @@ bool movedPastDeadband(const toolkit::CElement& last,
 }
 
 Publisher::Publisher(QrxClock clock)
-    : clock_(clock ? std::move(clock) : [] { return qrx_UTCtime64(); }) {}
+    : clock_(clock ? std::move(clock) : [] { return qrx_UTCtime64(); }) {
+  logFiles_.deltaLog =
+      pathFromEnvironment("WSGATED_DELTA_LOG", kDefaultDeltaLog);
+  logFiles_.eventLog =
+      pathFromEnvironment("WSGATED_EVENT_LOG", kDefaultEventLog);
+  logFiles_.systemLog =
+      pathFromEnvironment("WSGATED_SYSTEM_LOG", kDefaultSystemLog);
+}
 
 Publisher::~Publisher() = default;
 
@@ -65,7 +82,13 @@ std::string Publisher::usage() const {
          "after each (1)\n"
          "  --queue-limit N          messages waiting per subscriber (100)\n"
          "  --max-subscriptions N    subscriptions per user (10)\n"
-         "  --max-nodes N            real-time nodes per user (1000)\n";
+         "  --max-nodes N            real-time nodes per user (1000)\n"
+         "  --delta-log PATH         the Delta log; default WSGATED_DELTA_LOG\n"
+         "  --event-log PATH         the alarm/event log; default "
+         "WSGATED_EVENT_LOG\n"
+         "  --system-log PATH        the system event log; default "
+         "WSGATED_SYSTEM_LOG\n"
+         "  --log-batch N            log records per log and look (500)\n";
 }
 
 bool Publisher::configure(const std::vector<std::string>& args,
@@ -115,6 +138,19 @@ bool Publisher::configure(const std::vector<std::string>& args,
          return parseInteger(v, 1, 1000000, &number) &&
                 (maxNodes_ = static_cast<int>(number), true);
        }},
+      {"--delta-log",
+       [this](const std::string& v) { return setPath(v, logFiles_.deltaLog); }},
+      {"--event-log",
+       [this](const std::string& v) { return setPath(v, logFiles_.eventLog); }},
+      {"--system-log",
+       [this](const std::string& v) {
+         return setPath(v, logFiles_.systemLog);
+       }},
+      {"--log-batch",
+       [&](const std::string& v) {
+         return parseInteger(v, 1, 100000, &number) &&
+                (logFiles_.batch = static_cast<int>(number), true);
+       }},
   };
   return parseCompanionOptions(args, options, error);
 }
@@ -150,7 +186,7 @@ void Publisher::step(toolkit::CCds& store) {
   }
   endLeases(store, nowUs);
   for (auto& entry : tracked_) {
-    if (!entry.second->overLimit) publishValues(store, *entry.second, nowUs);
+    if (!entry.second->overLimit) publish(store, *entry.second, nowUs);
   }
 }
 
@@ -184,9 +220,14 @@ std::unique_ptr<Publisher::Tracked> Publisher::track(
       previous->subscription.createdUs == subscription.createdUs &&
       previous->subscription.replyUri == subscription.replyUri) {
     tracked->queue = std::move(previous->queue);
+    tracked->logs = std::move(previous->logs);
   } else {
     tracked->queue = std::make_unique<DeliveryQueue>(
         subscription.id, subscription.replyUri, delivery_);
+    if (subscription.logOptions != 0) {
+      tracked->logs = std::make_unique<LogFeed>(subscription.logSinceUs,
+                                                subscription.logOptions);
+    }
   }
   tracked->subscription = std::move(subscription);
   return tracked;
@@ -281,8 +322,26 @@ void Publisher::endLeases(toolkit::CCds& store, int64_t nowUs) {
   }
 }
 
-void Publisher::publishValues(toolkit::CCds& store, Tracked& tracked,
-                              int64_t nowUs) {
+void Publisher::publish(toolkit::CCds& store, Tracked& tracked,
+                        int64_t nowUs) {
+  Notification notification;
+  notification.subscriptionId = tracked.subscription.id;
+  collectValues(store, tracked, nowUs, notification);
+  if (tracked.logs) {
+    tracked.logs->collect(store, logFiles_, tracked.subscription.owner,
+                          notification);
+  }
+  std::string xml;
+  if ((!notification.realTimeValues.empty() ||
+       !notification.loggedValues.empty() || !notification.events.empty() ||
+       !notification.alarms.empty()) &&
+      writeNotification(store, notification, xml)) {
+    tracked.queue->push(std::move(xml));
+  }
+}
+
+void Publisher::collectValues(toolkit::CCds& store, Tracked& tracked,
+                              int64_t nowUs, Notification& notification) {
   std::vector<NodeState*> due;
   std::vector<std::string> paths;
   for (NodeState& state : tracked.nodes) {
@@ -296,8 +355,6 @@ void Publisher::publishValues(toolkit::CCds& store, Tracked& tracked,
   std::vector<toolkit::CElement> elements;
   std::vector<element_property_t> properties;
   if (store.get_leaves(paths, statuses, elements, properties) != 0) return;
-  Notification notification;
-  notification.subscriptionId = tracked.subscription.id;
   toolkit::CCds_Utils utils(store);
   for (size_t i = 0; i < due.size(); ++i) {
     NodeState& state = *due[i];
@@ -314,11 +371,6 @@ void Publisher::publishValues(toolkit::CCds& store, Tracked& tracked,
     notification.realTimeValues.push_back(record);
     state.sent = true;
     state.last = elements[i];
-  }
-  std::string xml;
-  if (!notification.realTimeValues.empty() &&
-      writeNotification(store, notification, xml)) {
-    tracked.queue->push(std::move(xml));
   }
 }
 

@@ -14,7 +14,8 @@
 //   3. reads the real-time nodes that are due (each no more often than its
 //      RqstdFreshness) and queues, per subscription, one message with the
 //      first value of each new node and every value that moved past its
-//      dead band since the one last sent.
+//      dead band since the one last sent, and the log records its
+//      LogOptions ask for that were not sent yet (log_feed.h).
 // Values are read with the rights of the subscription's owner: a point the
 // owner may not read is never sent. Limits per owner (subscriptions, and
 // real-time nodes over all of them) keep one user from taking the card's
@@ -34,6 +35,7 @@
 
 #include "card/common/card_process.h"
 #include "card/publisher/delivery.h"
+#include "card/publisher/log_feed.h"
 #include "card/publisher/subscription_reader.h"
 #include "platform/cds.h"
 #include "platform/element.h"
@@ -74,6 +76,7 @@ class Publisher : public Companion {
     Subscription subscription;
     std::vector<NodeState> nodes;
     std::unique_ptr<DeliveryQueue> queue;
+    std::unique_ptr<LogFeed> logs;  // null without LogOptions
     bool overLimit = false;  // beyond its owner's subscriptions
   };
 
@@ -86,13 +89,18 @@ class Publisher : public Companion {
                                  Tracked* previous);
   void applyLimits();
   void endLeases(toolkit::CCds& store, int64_t nowUs);
-  void publishValues(toolkit::CCds& store, Tracked& tracked, int64_t nowUs);
+  // The values due now that moved, then the new log records, as one
+  // message on the subscription's queue (none when there is nothing).
+  void publish(toolkit::CCds& store, Tracked& tracked, int64_t nowUs);
+  void collectValues(toolkit::CCds& store, Tracked& tracked, int64_t nowUs,
+                     Notification& notification);
 
   QrxClock clock_;
   double checkSeconds_ = 0.5;
   int maxSubscriptions_ = 10;  // per owner
   int maxNodes_ = 1000;        // per owner, over all their subscriptions
   DeliveryOptions delivery_;
+  LogFiles logFiles_;
   int64_t lastCount_ = -2;     // -2: never read
   std::map<std::string, std::unique_ptr<Tracked>> tracked_;
 };
