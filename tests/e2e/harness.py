@@ -381,7 +381,9 @@ def companion_argv(stack, name, *more):
              "syslog": ["--event-log", paths["WSGATED_EVENT_LOG"],
                         "--system-log", paths["WSGATED_SYSTEM_LOG"]],
              # the publisher
-             "publisher": []}
+             "publisher": ["--delta-log", paths["WSGATED_DELTA_LOG"],
+                           "--event-log", paths["WSGATED_EVENT_LOG"],
+                           "--system-log", paths["WSGATED_SYSTEM_LOG"]]}
     return ([os.environ[COMPANION_BINS[name]], "--store", stack.store,
              "--log-file", os.path.join(stack.dir, name + ".log")]
             + files[name] + list(more))

@@ -1,8 +1,9 @@
 """The publisher delivering subscriptions made through nginx, to receivers
 this test runs on 127.0.0.1: first values and changes (from the simulator
-and from setValue), nothing after cancel, only the new nodes after a
-re-create, nothing its owner may not read, nothing once the lease passed,
-and the others still served beside bad reply addresses."""
+and from setValue), log records per log option, nothing after cancel, only
+the new nodes after a re-create, nothing its owner may not read, nothing
+once the lease passed, and the others still served beside bad reply
+addresses."""
 
 import http.server
 import threading
@@ -11,18 +12,20 @@ import xml.etree.ElementTree as ET
 from xml.sax.saxutils import escape
 
 import harness
-from core_calls import StackTestCase, call
+from core_calls import StackTestCase, StringArray, call
 
 VOLTS = "/Devices/Meter1/VoltageL1N"            # moved by the simulator
 THRESHOLD = "/Devices/UPS1/LowBatteryThreshold"  # Operator-write
 DEMAND = "/Devices/Meter1/PeakDemand"
 HOURS = "/Devices/UPS1/Service/OperatingHours"  # Operator-read
 SUBS = "/Software/Data Servers/WS-Publisher/Subscriptions"
+NEW_NODE = "/Devices/UPS1/Published"
 
 
 class Receiver(http.server.ThreadingHTTPServer):
-    """Keeps (subscription path, [(point, value, real time)]) per post;
-    answers each path with the status its name asks for."""
+    """Keeps (subscription path, [(point, value, real time)], [(event type,
+    description)]) per post; answers each path with the status its name
+    asks for."""
 
     def __init__(self):
         self.lock = threading.Lock()
@@ -36,22 +39,30 @@ class Receiver(http.server.ThreadingHTTPServer):
 
     def values(self, name, point=None):
         with self.lock:
-            return [v for path, values in self.posts if path == "/" + name
+            return [v for path, values, _ in self.posts if path == "/" + name
                     for v in values if point in (None, v[0])]
+
+    def events(self, name):
+        with self.lock:
+            return [e for path, _, events in self.posts if path == "/" + name
+                    for e in events]
 
 
 class ReceiverHandler(http.server.BaseHTTPRequestHandler):
     def do_POST(self):
         body = self.rfile.read(int(self.headers["Content-Length"]))
-        values = []
+        values, events = [], []
         for item in ET.fromstring(body).iter():
+            fields = {child.tag.split("}")[1]: child.text for child in item}
             if item.tag.endswith("}PublishedValue"):
-                fields = {child.tag.split("}")[1]: child.text
-                          for child in item}
                 values.append((fields.get("Path"), fields.get("Value"),
                                fields.get("RealTime")))
+            elif item.tag.endswith("}Event"):
+                events.append((fields.get("EventType"),
+                               " ".join((fields.get("Description") or
+                                         "").split())))
         with self.server.lock:
-            self.server.posts.append((self.path, values))
+            self.server.posts.append((self.path, values, events))
         status = 500 if self.path.endswith("-500") else 200
         self.send_response(status)
         self.send_header("Content-Length", "0")
@@ -70,9 +81,15 @@ class PublisherTest(StackTestCase):
         cls.receiver = Receiver()
         cls.addClassCleanup(cls.receiver.server_close)
         cls.addClassCleanup(cls.receiver.shutdown)
+        # Delta-logged for the log options' test.
+        cls.stack.cdsctl("set", THRESHOLD + "/.LogInterval", "3600")
+        cls.stack.cdsctl("set", THRESHOLD + "/.Deadband", "1", "--type",
+                         "Real")
         fast = ["--watchdog-seconds", "10"]
         cls.card = harness.Companions(cls.stack, {
             "simulator": ["--step-seconds", "0.3", "--seed", "7"] + fast,
+            "deltalog": ["--check-seconds", "0.2"] + fast,
+            "syslog": ["--check-seconds", "0.2"] + fast,
             "publisher": ["--check-seconds", "0.1", "--allow-address",
                           "127.0.0.1", "--retries", "1", "--backoff-seconds",
                           "0.2", "--connect-seconds", "1", "--total-seconds",
@@ -81,7 +98,8 @@ class PublisherTest(StackTestCase):
         harness.wait_until(lambda: cls.card.pid("publisher"),
                            "the publisher's start")
 
-    def subscribe(self, sid, points, user="operator", lease=600000, uri=None):
+    def subscribe(self, sid, points, user="operator", lease=600000, uri=None,
+                  options="Alarm"):
         nodes = "".join(
             "<nsc1:NodeSubscription><nsc1:Path>%s</nsc1:Path>"
             "<nsc1:RequestedFreshness>0</nsc1:RequestedFreshness>"
@@ -90,9 +108,12 @@ class PublisherTest(StackTestCase):
         body = ("<nsc1:createSubscription><nsc1:subscriptionId>%s"
                 "</nsc1:subscriptionId><nsc1:replyUri>%s</nsc1:replyUri>"
                 "<nsc1:leaseDuration>%d</nsc1:leaseDuration><nsc1:"
-                "realTimeNodes>%s</nsc1:realTimeNodes></nsc1:"
+                "realTimeNodes>%s</nsc1:realTimeNodes><nsc1:logSinceTime>"
+                "1700000000000000</nsc1:logSinceTime><nsc1:subscribeLog"
+                "Options>%s</nsc1:subscribeLogOptions></nsc1:"
                 "createSubscription>"
-                % (sid, escape(uri or self.receiver.url(sid)), lease, nodes))
+                % (sid, escape(uri or self.receiver.url(sid)), lease, nodes,
+                   options))
         reply = self.stack.soap(body, user=user)
         self.assertEqual(200, reply.status, reply.text)
 
@@ -101,10 +122,10 @@ class PublisherTest(StackTestCase):
                       path=THRESHOLD, value=str(value))
         self.assertEqual(200, answer.status, answer.text)
 
-    def received(self, sid, point, value):
+    def received(self, sid, point, value, real_time="true"):
         harness.wait_until(
-            lambda: any(v[1] == value
-                        for v in self.receiver.values(sid, point)),
+            lambda: (point, value, real_time) in self.receiver.values(
+                sid, point),
             "%s of %s at %s" % (value, point, sid))
 
     def sync(self, value):
@@ -125,8 +146,6 @@ class PublisherTest(StackTestCase):
         harness.wait_until(lambda: len(set(
             v[1] for v in self.receiver.values("first", VOLTS))) >= 2,
             "the simulator's moves")
-        self.assertEqual({"true"}, set(
-            v[2] for v in self.receiver.values("first")))
         self.sync(41)
         self.received("first", THRESHOLD, "41")
         answer = call(self.stack, "cancelSubscription", user="operator",
@@ -136,6 +155,28 @@ class PublisherTest(StackTestCase):
         self.sync(43)
         self.assertEqual([], [v for v in self.receiver.values(
             "first", THRESHOLD) if v[1] in ("42", "43")])
+
+    def test_log_records_per_option(self):
+        self.subscribe("trend", [], options="Trend")
+        self.subscribe("events", [], options="NonAlarmEvent Configuration")
+        self.subscribe("alarms", [], options="Alarm")
+        self.sync(61)
+        self.assertEqual(["1"], self.results(
+            "CreateNode", prefix="nst1", basePath=NEW_NODE + "/",
+            paths=StringArray(["Value"]), values=StringArray(["1"])))
+        self.received("trend", THRESHOLD, "61", real_time="false")
+        harness.wait_until(lambda: (
+            "StructureChanged", "Node created : " + NEW_NODE)
+            in self.receiver.events("events"), "the configuration change")
+        harness.wait_until(lambda: any(
+            e[1].startswith("Process started : publisher")
+            for e in self.receiver.events("events")), "a system event")
+        self.sync(62)
+        self.received("trend", THRESHOLD, "62", real_time="false")
+        self.assertEqual([], self.receiver.events("trend"))
+        self.assertEqual([], self.receiver.values("events"))
+        # The sample card raises no alarms: none may come.
+        self.assertEqual([], self.receiver.events("alarms"))
 
     def test_recreate_delivers_only_the_new_nodes(self):
         self.subscribe("again", [THRESHOLD])
@@ -173,7 +214,8 @@ class PublisherTest(StackTestCase):
         self.sync(49)
         self.sync(50)
         self.assertEqual(pid, self.card.pid("publisher"))
-        log = open(self.stack.dir + "/publisher.log").read()
+        with open(self.stack.dir + "/publisher.log") as file:
+            log = file.read()
         for line in ("scheme ftp is not http or https",
                      "127.0.0.2 is loopback", "HTTP 500"):
             self.assertIn(line, log)
