@@ -6,10 +6,14 @@ once the lease passed, and the others still served beside bad reply
 addresses."""
 
 import http.server
+import os
 import threading
 import unittest
 import xml.etree.ElementTree as ET
 from xml.sax.saxutils import escape
+
+import zeep
+from lxml import etree
 
 import harness
 from core_calls import StackTestCase, StringArray, call
@@ -30,6 +34,7 @@ class Receiver(http.server.ThreadingHTTPServer):
     def __init__(self):
         self.lock = threading.Lock()
         self.posts = []
+        self.bodies = []
         super().__init__(("127.0.0.1", 0), ReceiverHandler)
         self.thread = threading.Thread(target=self.serve_forever, daemon=True)
         self.thread.start()
@@ -63,6 +68,7 @@ class ReceiverHandler(http.server.BaseHTTPRequestHandler):
                                          "").split())))
         with self.server.lock:
             self.server.posts.append((self.path, values, events))
+            self.server.bodies.append(body)
         status = 500 if self.path.endswith("-500") else 200
         self.send_response(status)
         self.send_header("Content-Length", "0")
@@ -177,6 +183,25 @@ class PublisherTest(StackTestCase):
         self.assertEqual([], self.receiver.values("events"))
         # The sample card raises no alarms: none may come.
         self.assertEqual([], self.receiver.events("alarms"))
+
+    def test_the_subscriber_document_reads_every_message(self):
+        """A stock client builds the receiver from the subscriber WSDL: it
+        reads every message posted so far as the publisher meant it."""
+        self.sync(63)
+        operation = zeep.Client(os.environ["WSGATED_SUBSCRIBER_WSDL"]).wsdl \
+            .bindings["{urn:wsgated:subscriber}wsgatedSubscriberSoap12"] \
+            .get("notify")
+        with self.receiver.lock:
+            bodies = list(self.receiver.bodies)
+        values = 0
+        for body in bodies:
+            notify = operation.input.deserialize(etree.fromstring(body))
+            self.assertTrue(notify.subscriptionId)
+            for value in (notify.values.PublishedValue
+                          if notify.values else []):
+                self.assertTrue(value.Path.startswith("/"), value)
+                values += 1
+        self.assertGreater(values, 0)
 
     def test_recreate_delivers_only_the_new_nodes(self):
         self.subscribe("again", [THRESHOLD])
