@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "common/event_records.h"
 #include "common/log.h"
 #include "platform/log.h"
 #include "platform/path.h"
@@ -10,14 +11,6 @@
 namespace wsgated {
 
 namespace {
-
-const char kConfigurationChanged[] =
-    "/Software/System Settings/Configuration Changed";
-
-bool isConfigurationChange(const toolkit::CEvent& record) {
-  return record.source_path.compare(0, sizeof kConfigurationChanged - 1,
-                                    kConfigurationChanged) == 0;
-}
 
 bool isAlarm(const toolkit::CEvent& record) {
   return record.kind == toolkit::EVENT_KIND_ALARM ||
