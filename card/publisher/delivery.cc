@@ -75,22 +75,24 @@ bool DeliveryQueue::pause(long ms) {
 }
 
 void DeliveryQueue::run() {
+  CURL* curl = curl_easy_init();
   for (;;) {
     std::string message;
     {
       std::unique_lock<std::mutex> lock(mutex_);
       wake_.wait(lock, [this] { return stopping_.load() || !queue_.empty(); });
-      if (stopping_) return;
+      if (stopping_) break;
       message = std::move(queue_.front());
       queue_.pop_front();
     }
-    bool sent = post(message);
+    bool sent = post(curl, message);
     long wait = options_.backoffMs;
     for (int attempt = 0; !sent && attempt < options_.retries; ++attempt) {
-      if (!pause(wait)) return;
+      if (!pause(wait)) break;
       wait *= 2;
-      sent = post(message);
+      sent = post(curl, message);
     }
+    if (stopping_) break;
     std::lock_guard<std::mutex> lock(mutex_);
     if (sent) {
       ++counts_.delivered;
@@ -100,9 +102,12 @@ void DeliveryQueue::run() {
                  id_.c_str(), replyUri_.c_str());
     }
   }
+  if (curl != nullptr) curl_easy_cleanup(curl);
 }
 
-bool DeliveryQueue::post(const std::string& message) {
+bool DeliveryQueue::post(void* handle, const std::string& message) {
+  CURL* curl = static_cast<CURL*>(handle);
+  if (curl == nullptr) return false;
   ReplyTarget target;
   std::string reason;
   if (!resolveReplyUri(replyUri_, options_.ownAddresses,
@@ -113,8 +118,7 @@ bool DeliveryQueue::post(const std::string& message) {
                id_.c_str(), replyUri_.c_str(), reason.c_str());
     return false;
   }
-  CURL* curl = curl_easy_init();
-  if (curl == nullptr) return false;
+  curl_easy_reset(curl);  // keeps the open connection
   const std::string pin = target.host + ":" + std::to_string(target.port) +
                           ":" +
                           (target.address.find(':') == std::string::npos
@@ -123,6 +127,7 @@ bool DeliveryQueue::post(const std::string& message) {
   curl_slist* resolve = curl_slist_append(nullptr, pin.c_str());
   curl_slist* headers = curl_slist_append(
       nullptr, "Content-Type: application/soap+xml; charset=utf-8");
+  headers = curl_slist_append(headers, "Expect:");
   size_t answered = 0;
   curl_easy_setopt(curl, CURLOPT_URL, replyUri_.c_str());
   curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http,https");
@@ -146,7 +151,6 @@ bool DeliveryQueue::post(const std::string& message) {
   const CURLcode rc = curl_easy_perform(curl);
   long status = 0;
   curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
-  curl_easy_cleanup(curl);
   curl_slist_free_all(resolve);
   curl_slist_free_all(headers);
   if (rc == CURLE_OK && status >= 200 && status < 300) return true;

@@ -10,7 +10,10 @@
 // One post: the address is checked and resolved again (reply_address.h)
 // and the transport pinned to the address checked; connect, send (no
 // progress for that long) and total time-outs; no redirects; https with
-// the peer's certificate and name verified. A 2xx answer delivers the
+// the peer's certificate and name verified; the body sent at once (no
+// "Expect: 100-continue" round trip, which receivers that do not answer
+// it would turn into a second's wait), and the connection kept for the
+// next message. A 2xx answer delivers the
 // message, whatever its body; anything else (another status, a time-out, a
 // refused connection) is retried up to `retries` more times, waiting
 // `backoffMs`, then twice that, and so on, before the message is dropped.
@@ -65,8 +68,9 @@ class DeliveryQueue {
 
  private:
   void run();
-  // Posts `message` once; true when answered 2xx.
-  bool post(const std::string& message);
+  // Posts `message` once on `curl` (the thread's handle, which keeps the
+  // connection open between posts); true when answered 2xx.
+  bool post(void* curl, const std::string& message);
   // Waits `ms` or until stopped; false when stopped.
   bool pause(long ms);
 
