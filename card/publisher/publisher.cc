@@ -311,11 +311,11 @@ void Publisher::endLeases(toolkit::CCds& store, int64_t nowUs) {
     const std::string path = std::string(kSubscriptionsNode) + "/" + it->first;
     api_status_t status = API_STATUS_UNKNOWN;
     store.remove_node(path, status, kSource);
-    int32_t count = 0;
+    // The next look reads the area again: whatever else changed with the
+    // counter meanwhile is read too.
     api_status_t counted = API_STATUS_UNKNOWN;
     store.increment_leaf(std::string(kSubUpdateCountPath) + "/Value", 1,
-                         counted, &count, kSource);
-    if (counted == API_STATUS_OK) lastCount_ = count;
+                         counted, nullptr, kSource);
     logNotice(kLogAlways, "Publisher: the lease of %s ended: removed (%d)",
               it->first.c_str(), static_cast<int>(status));
     it = tracked_.erase(it);

@@ -8,6 +8,7 @@ addresses."""
 import http.server
 import os
 import threading
+import time
 import unittest
 import xml.etree.ElementTree as ET
 from xml.sax.saxutils import escape
@@ -24,6 +25,7 @@ DEMAND = "/Devices/Meter1/PeakDemand"
 HOURS = "/Devices/UPS1/Service/OperatingHours"  # Operator-read
 SUBS = "/Software/Data Servers/WS-Publisher/Subscriptions"
 NEW_NODE = "/Devices/UPS1/Published"
+SLOW_S = 3  # a receiver this slow outlasts the publisher's 2 s per post
 
 
 class Receiver(http.server.ThreadingHTTPServer):
@@ -69,10 +71,13 @@ class ReceiverHandler(http.server.BaseHTTPRequestHandler):
         with self.server.lock:
             self.server.posts.append((self.path, values, events))
             self.server.bodies.append(body)
-        status = 500 if self.path.endswith("-500") else 200
-        self.send_response(status)
-        self.send_header("Content-Length", "0")
+        if self.path.endswith("-slow"):
+            time.sleep(SLOW_S)  # past the publisher's total time-out
+        answer = b"<<garbage" if self.path.endswith("-garbage") else b""
+        self.send_response(500 if self.path.endswith("-500") else 200)
+        self.send_header("Content-Length", str(len(answer)))
         self.end_headers()
+        self.wfile.write(answer)
 
     def log_message(self, *args):
         pass
@@ -235,15 +240,22 @@ class PublisherTest(StackTestCase):
         self.subscribe("closed", [THRESHOLD], uri="http://127.0.0.1:1/x")
         self.subscribe("fails-500", [THRESHOLD])
         self.subscribe("elsewhere", [THRESHOLD], uri="http://127.0.0.2:9/x")
+        self.subscribe("answers-slow", [THRESHOLD])
+        self.subscribe("answers-garbage", [THRESHOLD])
         self.received("fails-500", THRESHOLD, self.value(THRESHOLD))
         self.sync(49)
+        self.received("answers-garbage", THRESHOLD, "49")
         self.sync(50)
+        self.received("answers-garbage", THRESHOLD, "50")
         self.assertEqual(pid, self.card.pid("publisher"))
-        with open(self.stack.dir + "/publisher.log") as file:
-            log = file.read()
+
+        def logged(line):
+            with open(self.stack.dir + "/publisher.log") as file:
+                return line in file.read()
         for line in ("scheme ftp is not http or https",
-                     "127.0.0.2 is loopback", "HTTP 500"):
-            self.assertIn(line, log)
+                     "127.0.0.2 is loopback", "HTTP 500",
+                     "Couldn't connect to server", "Timeout was reached"):
+            harness.wait_until(lambda: logged(line), line)
 
 
 if __name__ == "__main__":
