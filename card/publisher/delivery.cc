@@ -3,7 +3,12 @@
 #include <curl/curl.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
 
 #include "card/publisher/reply_address.h"
 #include "common/log.h"
@@ -30,92 +35,115 @@ int checkStop(void* stopping, curl_off_t, curl_off_t, curl_off_t,
 
 }  // namespace
 
+struct DeliveryQueue::State {
+  State(const std::string& subscriptionId, const std::string& uri,
+        const DeliveryOptions& chosen)
+      : id(subscriptionId), replyUri(uri), options(chosen) {}
+  const std::string id;
+  const std::string replyUri;
+  const DeliveryOptions options;
+  std::mutex mutex;
+  std::condition_variable wake;
+  std::deque<std::string> queue;
+  DeliveryCounts counts;
+  std::atomic<bool> stopping{false};
+};
+
 DeliveryQueue::DeliveryQueue(const std::string& id,
                              const std::string& replyUri,
                              const DeliveryOptions& options)
-    : id_(id), replyUri_(replyUri), options_(options) {
-  thread_ = std::thread([this] { run(); });
+    : state_(std::make_shared<State>(id, replyUri, options)) {
+  std::thread(run, state_).detach();
 }
 
 DeliveryQueue::~DeliveryQueue() {
   {
-    std::lock_guard<std::mutex> lock(mutex_);
-    stopping_ = true;
+    std::lock_guard<std::mutex> lock(state_->mutex);
+    state_->stopping = true;
   }
-  wake_.notify_all();
-  thread_.join();
+  state_->wake.notify_all();
+}
+
+const std::string& DeliveryQueue::replyUri() const {
+  return state_->replyUri;
 }
 
 void DeliveryQueue::push(std::string message) {
+  State& state = *state_;
   {
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (queue_.size() >= options_.queueLimit) {
-      queue_.pop_front();
-      if (++counts_.dropped == 1 || counts_.dropped % 100 == 0) {
+    std::lock_guard<std::mutex> lock(state.mutex);
+    if (state.queue.size() >= state.options.queueLimit) {
+      state.queue.pop_front();
+      if (++state.counts.dropped == 1 || state.counts.dropped % 100 == 0) {
         logWarning(kLogErrors,
                    "Publisher: %s is behind, %llu messages dropped",
-                   id_.c_str(),
-                   static_cast<unsigned long long>(counts_.dropped));
+                   state.id.c_str(),
+                   static_cast<unsigned long long>(state.counts.dropped));
       }
     }
-    queue_.push_back(std::move(message));
+    state.queue.push_back(std::move(message));
   }
-  wake_.notify_all();
+  state.wake.notify_all();
 }
 
 DeliveryCounts DeliveryQueue::counts() {
-  std::lock_guard<std::mutex> lock(mutex_);
-  return counts_;
+  std::lock_guard<std::mutex> lock(state_->mutex);
+  return state_->counts;
 }
 
-bool DeliveryQueue::pause(long ms) {
-  std::unique_lock<std::mutex> lock(mutex_);
-  return !wake_.wait_for(lock, std::chrono::milliseconds(ms),
-                         [this] { return stopping_.load(); });
+bool DeliveryQueue::pause(State& state, long ms) {
+  std::unique_lock<std::mutex> lock(state.mutex);
+  return !state.wake.wait_for(lock, std::chrono::milliseconds(ms),
+                              [&state] { return state.stopping.load(); });
 }
 
-void DeliveryQueue::run() {
+void DeliveryQueue::run(std::shared_ptr<State> shared) {
+  State& state = *shared;
   CURL* curl = curl_easy_init();
   for (;;) {
     std::string message;
     {
-      std::unique_lock<std::mutex> lock(mutex_);
-      wake_.wait(lock, [this] { return stopping_.load() || !queue_.empty(); });
-      if (stopping_) break;
-      message = std::move(queue_.front());
-      queue_.pop_front();
+      std::unique_lock<std::mutex> lock(state.mutex);
+      state.wake.wait(lock, [&state] {
+        return state.stopping.load() || !state.queue.empty();
+      });
+      if (state.stopping) break;
+      message = std::move(state.queue.front());
+      state.queue.pop_front();
     }
-    bool sent = post(curl, message);
-    long wait = options_.backoffMs;
-    for (int attempt = 0; !sent && attempt < options_.retries; ++attempt) {
-      if (!pause(wait)) break;
+    bool sent = post(state, curl, message);
+    long wait = state.options.backoffMs;
+    for (int attempt = 0; !sent && attempt < state.options.retries;
+         ++attempt) {
+      if (!pause(state, wait)) break;
       wait *= 2;
-      sent = post(curl, message);
+      sent = post(state, curl, message);
     }
-    if (stopping_) break;
-    std::lock_guard<std::mutex> lock(mutex_);
+    if (state.stopping) break;
+    std::lock_guard<std::mutex> lock(state.mutex);
     if (sent) {
-      ++counts_.delivered;
+      ++state.counts.delivered;
     } else {
-      ++counts_.failed;
+      ++state.counts.failed;
       logWarning(kLogErrors, "Publisher: gave up a message for %s to %s",
-                 id_.c_str(), replyUri_.c_str());
+                 state.id.c_str(), state.replyUri.c_str());
     }
   }
   if (curl != nullptr) curl_easy_cleanup(curl);
 }
 
-bool DeliveryQueue::post(void* handle, const std::string& message) {
+bool DeliveryQueue::post(State& state, void* handle,
+                         const std::string& message) {
   CURL* curl = static_cast<CURL*>(handle);
   if (curl == nullptr) return false;
   ReplyTarget target;
   std::string reason;
-  if (!resolveReplyUri(replyUri_, options_.ownAddresses,
-                       options_.allowedAddresses, target, reason)) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    ++counts_.refused;
+  if (!resolveReplyUri(state.replyUri, state.options.ownAddresses,
+                       state.options.allowedAddresses, target, reason)) {
+    std::lock_guard<std::mutex> lock(state.mutex);
+    ++state.counts.refused;
     logWarning(kLogErrors, "Publisher: not sending %s to %s: %s",
-               id_.c_str(), replyUri_.c_str(), reason.c_str());
+               state.id.c_str(), state.replyUri.c_str(), reason.c_str());
     return false;
   }
   curl_easy_reset(curl);  // keeps the open connection
@@ -129,7 +157,7 @@ bool DeliveryQueue::post(void* handle, const std::string& message) {
       nullptr, "Content-Type: application/soap+xml; charset=utf-8");
   headers = curl_slist_append(headers, "Expect:");
   size_t answered = 0;
-  curl_easy_setopt(curl, CURLOPT_URL, replyUri_.c_str());
+  curl_easy_setopt(curl, CURLOPT_URL, state.replyUri.c_str());
   curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http,https");
   curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 0L);
   curl_easy_setopt(curl, CURLOPT_RESOLVE, resolve);
@@ -137,17 +165,17 @@ bool DeliveryQueue::post(void* handle, const std::string& message) {
   curl_easy_setopt(curl, CURLOPT_POSTFIELDS, message.data());
   curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE,
                    static_cast<curl_off_t>(message.size()));
-  curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, options_.connectMs);
-  curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, options_.totalMs);
+  curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, state.options.connectMs);
+  curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, state.options.totalMs);
   curl_easy_setopt(curl, CURLOPT_LOW_SPEED_LIMIT, 1L);
   curl_easy_setopt(curl, CURLOPT_LOW_SPEED_TIME,
-                   std::max(1L, options_.sendMs / 1000));
+                   std::max(1L, state.options.sendMs / 1000));
   curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, discardAnswer);
   curl_easy_setopt(curl, CURLOPT_WRITEDATA, &answered);
   curl_easy_setopt(curl, CURLOPT_NOPROGRESS, 0L);
   curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, checkStop);
-  curl_easy_setopt(curl, CURLOPT_XFERINFODATA, &stopping_);
+  curl_easy_setopt(curl, CURLOPT_XFERINFODATA, &state.stopping);
   const CURLcode rc = curl_easy_perform(curl);
   long status = 0;
   curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
@@ -155,7 +183,7 @@ bool DeliveryQueue::post(void* handle, const std::string& message) {
   curl_slist_free_all(headers);
   if (rc == CURLE_OK && status >= 200 && status < 300) return true;
   logWarning(kLogErrors, "Publisher: post of %s to %s failed: %s, HTTP %ld",
-             id_.c_str(), replyUri_.c_str(),
+             state.id.c_str(), state.replyUri.c_str(),
              rc == CURLE_OK ? "answered" : curl_easy_strerror(rc), status);
   return false;
 }

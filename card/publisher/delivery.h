@@ -21,14 +21,10 @@
 #ifndef CARD_PUBLISHER_DELIVERY_H_
 #define CARD_PUBLISHER_DELIVERY_H_
 
-#include <atomic>
-#include <condition_variable>
 #include <cstdint>
-#include <deque>
-#include <mutex>
+#include <memory>
 #include <set>
 #include <string>
-#include <thread>
 
 namespace wsgated {
 
@@ -54,12 +50,13 @@ class DeliveryQueue {
  public:
   DeliveryQueue(const std::string& id, const std::string& replyUri,
                 const DeliveryOptions& options);
-  // Stops the thread: a post under way is cut at once, what waits is lost.
+  // Stops the thread without waiting for it: a post under way is cut as
+  // soon as the transport looks, what waits is lost.
   ~DeliveryQueue();
   DeliveryQueue(const DeliveryQueue&) = delete;
   DeliveryQueue& operator=(const DeliveryQueue&) = delete;
 
-  const std::string& replyUri() const { return replyUri_; }
+  const std::string& replyUri() const;
 
   // Queues one message (a whole SOAP envelope).
   void push(std::string message);
@@ -67,22 +64,19 @@ class DeliveryQueue {
   DeliveryCounts counts();
 
  private:
-  void run();
+  // What the queue's thread shares with the queue. The thread keeps it
+  // alive on its own: a queue that is dropped leaves its thread to finish
+  // the post under way (a name lookup cannot be cut short) without
+  // holding up whoever dropped it.
+  struct State;
+  static void run(std::shared_ptr<State> state);
   // Posts `message` once on `curl` (the thread's handle, which keeps the
   // connection open between posts); true when answered 2xx.
-  bool post(void* curl, const std::string& message);
+  static bool post(State& state, void* curl, const std::string& message);
   // Waits `ms` or until stopped; false when stopped.
-  bool pause(long ms);
+  static bool pause(State& state, long ms);
 
-  const std::string id_;
-  const std::string replyUri_;
-  const DeliveryOptions options_;
-  std::mutex mutex_;
-  std::condition_variable wake_;
-  std::deque<std::string> queue_;
-  DeliveryCounts counts_;
-  std::atomic<bool> stopping_{false};
-  std::thread thread_;
+  std::shared_ptr<State> state_;
 };
 
 }  // namespace wsgated

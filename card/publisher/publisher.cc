@@ -165,8 +165,9 @@ bool Publisher::start(toolkit::CCds&) {
 }
 
 void Publisher::stop(toolkit::CCds&) {
-  tracked_.clear();  // ends every queue's thread
-  curl_global_cleanup();
+  // Tells every queue's thread to end. The transport's globals stay: a
+  // thread may still be finishing a post, and the process ends anyway.
+  tracked_.clear();
 }
 
 DeliveryCounts Publisher::counts(const std::string& id) const {

@@ -104,7 +104,7 @@ class PublisherTest(StackTestCase):
             "publisher": ["--check-seconds", "0.1", "--allow-address",
                           "127.0.0.1", "--retries", "1", "--backoff-seconds",
                           "0.2", "--connect-seconds", "1", "--total-seconds",
-                          "2", "-D", "2"] + fast})
+                          "2", "--max-subscriptions", "50", "-D", "2"] + fast})
         cls.addClassCleanup(cls.card.stop)
         harness.wait_until(lambda: cls.card.pid("publisher"),
                            "the publisher's start")
