@@ -33,12 +33,6 @@ bool beginsWith(const std::string& text, const char* prefix) {
   return text.compare(0, std::char_traits<char>::length(prefix), prefix) == 0;
 }
 
-// A true configuration change is the one "/Software" record clients see.
-bool isConfigurationChange(const CEvent& record) {
-  return beginsWith(record.source_path, kConfigurationChanged) &&
-         record.value.to_bool();
-}
-
 bool isDropped(const CEvent& record) {
   return beginsWith(record.source_path, kSoftwarePrefix) &&
          !isConfigurationChange(record);
@@ -65,6 +59,11 @@ std::string decimal(int value) {
 }
 
 }  // namespace
+
+bool isConfigurationChange(const CEvent& record) {
+  return beginsWith(record.source_path, kConfigurationChanged) &&
+         record.value.to_bool();
+}
 
 EventRecordBuilder::EventRecordBuilder(struct soap* soap, toolkit::CCds& cds,
                                        const std::locale* locale)

@@ -39,6 +39,11 @@ class CCds;
 
 namespace wsgated {
 
+// True for a configuration change (a true record of "/Software/System
+// Settings/Configuration Changed"): the one "/Software" record clients see,
+// as an event of type StructureChanged.
+bool isConfigurationChange(const toolkit::CEvent& record);
+
 // Builds the records of one answer. It remembers what it learnt per source
 // path and per node (the shown path, whether the node is a multistate, its
 // translated state names), so that an answer of 10,000 records of a few

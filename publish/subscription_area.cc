@@ -21,10 +21,6 @@
 
 namespace wsgated {
 
-const char* const kPublisherNode = "/Software/Data Servers/WS-Publisher";
-const char* const kSubscriptionsNode =
-    "/Software/Data Servers/WS-Publisher/Subscriptions";
-
 namespace {
 
 // The template values "replyUri", "20" and "1234" are placeholders that the

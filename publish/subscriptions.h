@@ -21,6 +21,7 @@
 #include <string>
 #include <vector>
 
+#include "common/publisher_area.h"
 #include "platform/swinfo.h"
 
 struct soap;
@@ -34,10 +35,6 @@ class CCds;
 namespace wsgated {
 
 struct ServiceContext;
-
-// "/Software/Data Servers/WS-Publisher" and its "/Subscriptions".
-extern const char* const kPublisherNode;
-extern const char* const kSubscriptionsNode;
 
 // Paths of the area are formed in buffers of this size, as the publisher
 // forms them: 255 characters at most.

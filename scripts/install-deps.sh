@@ -6,6 +6,8 @@ set -euo pipefail
 packages=(
   build-essential cmake pkg-config
   gsoap libgsoap-dev libfcgi-dev libssl-dev zlib1g-dev
+  # the publisher's transport (http and https with time-outs)
+  libcurl4-openssl-dev
   libboost-locale-dev libboost-regex-dev
   libsqlite3-dev sqlite3
   libgtest-dev googletest

@@ -101,6 +101,10 @@ companions+=(--program "syslog=$(quote_word "$build_dir/card/syslog/card-syslog"
 # The alarm handler: raises alarms from the points' alarm rules and acts on
 # acknowledgements (docs/alarms.md); its log is alarms.log.
 companions+=(--program "alarms=$(quote_word "$build_dir/card/alarms/card-alarms") -D 2 --log-file $(quote_word "$run_dir/alarms.log") --event-log $(quote_word "$WSGATED_EVENT_LOG")")
+# The publisher (docs/publish.md): delivers subscriptions to their reply
+# addresses, and the log records they ask for. The demo's receivers run on
+# this machine, so 127.0.0.1 is allowed; a card allows no loopback address.
+companions+=(--program "publisher=$(quote_word "$build_dir/card/publisher/card-publisher") -D 2 --log-file $(quote_word "$run_dir/publisher.log") --allow-address 127.0.0.1 --delta-log $(quote_word "$WSGATED_DELTA_LOG") --event-log $(quote_word "$WSGATED_EVENT_LOG") --system-log $(quote_word "$WSGATED_SYSTEM_LOG")")
 # Its own session: a terminal's hang-up must not stop the demo. Its log is
 # supervisor.log; supervisor.out takes what it and the daemon write on
 # standard error (an exec that failed, a second daemon refused).

@@ -406,7 +406,9 @@ class Stack:
 COMPANION_BINS = {"trends": "CARD_TRENDS_BIN",
                   "simulator": "CARD_SIMULATOR_BIN",
                   "deltalog": "CARD_DELTALOG_BIN",
-                  "syslog": "CARD_SYSLOG_BIN"}
+                  "syslog": "CARD_SYSLOG_BIN",
+                  # the publisher
+                  "publisher": "CARD_PUBLISHER_BIN"}
 
 
 def companion_argv(stack, name, *more):
@@ -417,7 +419,11 @@ def companion_argv(stack, name, *more):
              "simulator": [],
              "deltalog": ["--delta-log", paths["WSGATED_DELTA_LOG"]],
              "syslog": ["--event-log", paths["WSGATED_EVENT_LOG"],
-                        "--system-log", paths["WSGATED_SYSTEM_LOG"]]}
+                        "--system-log", paths["WSGATED_SYSTEM_LOG"]],
+             # the publisher
+             "publisher": ["--delta-log", paths["WSGATED_DELTA_LOG"],
+                           "--event-log", paths["WSGATED_EVENT_LOG"],
+                           "--system-log", paths["WSGATED_SYSTEM_LOG"]]}
     return ([os.environ[COMPANION_BINS[name]], "--store", stack.store,
              "--log-file", os.path.join(stack.dir, name + ".log")]
             + files[name] + list(more))

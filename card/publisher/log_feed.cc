@@ -1,0 +1,135 @@
+#include "card/publisher/log_feed.h"
+
+#include <utility>
+
+#include "common/event_records.h"
+#include "common/log.h"
+#include "platform/log.h"
+#include "platform/path.h"
+#include "platform/qrxtime.h"
+
+namespace wsgated {
+
+namespace {
+
+bool isAlarm(const toolkit::CEvent& record) {
+  return record.kind == toolkit::EVENT_KIND_ALARM ||
+         record.kind == toolkit::EVENT_KIND_ACKNOWLEDGE;
+}
+
+}  // namespace
+
+LogFeed::LogFeed(int64_t sinceUs, int options) : options_(options) {
+  delta_.timeUs = event_.timeUs = system_.timeUs = sinceUs;
+}
+
+void keepReadable(toolkit::CCds& store, const std::string& owner,
+                  std::vector<toolkit::CEvent>& records) {
+  std::map<std::string, bool> readable;
+  std::vector<toolkit::CEvent> kept;
+  for (toolkit::CEvent& record : records) {
+    auto found = readable.find(record.source_path);
+    if (found == readable.end()) {
+      toolkit::CPath path(record.source_path);
+      const bool may = !owner.empty() && path.normalize() == 0 &&
+                       path.is_read_authorized(store, owner);
+      found = readable.emplace(record.source_path, may).first;
+    }
+    if (found->second) kept.push_back(std::move(record));
+  }
+  records = std::move(kept);
+}
+
+std::vector<toolkit::CEvent> LogFeed::readAfter(const std::string& path,
+                                                int batch, Cursor& cursor) {
+  std::vector<toolkit::CEvent> records;
+  pcd_log_handle_t handle = nullptr;
+  if (path.empty() ||
+      pcd_log_init(path.c_str(), 0, 0, 0, 1, 1, 0, 0, 0, &handle) != 0) {
+    return records;  // no log yet: the logger has not made it
+  }
+  timeval start{};
+  qrx_QRXtoUNIXtime64(cursor.timeUs, &start);
+  const int rc = toolkit::CLog(handle).retrieve(
+      records, nullptr, &start, nullptr,
+      batch + static_cast<int>(cursor.seenAtTime), false, false, 0);
+  pcd_log_close(handle);
+  if (rc != 0) {
+    logNotice(kLogActivity, "Publisher: %s not read now (%d)", path.c_str(),
+              rc);
+    return {};
+  }
+  std::vector<toolkit::CEvent> fresh;
+  size_t skip = cursor.seenAtTime;
+  for (toolkit::CEvent& record : records) {
+    const int64_t time = qrx_UNIXtoQRXtime64(&record.time);
+    if (time == cursor.timeUs && skip > 0) {
+      --skip;
+      continue;
+    }
+    if (time == cursor.timeUs) {
+      ++cursor.seenAtTime;
+    } else {
+      cursor.timeUs = time;
+      cursor.seenAtTime = 1;
+    }
+    fresh.push_back(std::move(record));
+  }
+  return fresh;
+}
+
+void LogFeed::sortDelta(std::vector<toolkit::CEvent>& records,
+                        Notification& notification) {
+  for (toolkit::CEvent& record : records) {
+    auto last = lastQuality_.find(record.source_path);
+    const bool qualityChanged = last == lastQuality_.end()
+                                    ? record.quality < 192
+                                    : last->second != record.quality;
+    lastQuality_[record.source_path] = record.quality;
+    if ((options_ & kLogTrend) != 0 ||
+        ((options_ & kLogQuality) != 0 && qualityChanged)) {
+      notification.loggedValues.push_back(std::move(record));
+    }
+  }
+}
+
+void LogFeed::sortEvents(std::vector<toolkit::CEvent>& records,
+                         bool systemLog, Notification& notification) {
+  for (toolkit::CEvent& record : records) {
+    if (!systemLog && isAlarm(record)) {
+      if ((options_ & kLogAlarm) != 0) {
+        notification.alarms.push_back(std::move(record));
+      }
+    } else if (!systemLog && isConfigurationChange(record)) {
+      if ((options_ & kLogConfiguration) != 0) {
+        notification.events.push_back(std::move(record));
+      }
+    } else if ((options_ & kLogNonAlarmEvent) != 0) {
+      notification.events.push_back(std::move(record));
+    }
+  }
+}
+
+void LogFeed::collect(toolkit::CCds& store, const LogFiles& files,
+                      const std::string& owner, Notification& notification) {
+  if ((options_ & (kLogTrend | kLogQuality)) != 0) {
+    std::vector<toolkit::CEvent> records =
+        readAfter(files.deltaLog, files.batch, delta_);
+    keepReadable(store, owner, records);
+    sortDelta(records, notification);
+  }
+  if ((options_ & (kLogNonAlarmEvent | kLogAlarm | kLogConfiguration)) != 0) {
+    std::vector<toolkit::CEvent> records =
+        readAfter(files.eventLog, files.batch, event_);
+    keepReadable(store, owner, records);
+    sortEvents(records, false, notification);
+  }
+  if ((options_ & kLogNonAlarmEvent) != 0) {
+    std::vector<toolkit::CEvent> records =
+        readAfter(files.systemLog, files.batch, system_);
+    keepReadable(store, owner, records);
+    sortEvents(records, true, notification);
+  }
+}
+
+}  // namespace wsgated
