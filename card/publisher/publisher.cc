@@ -309,18 +309,39 @@ void Publisher::endLeases(toolkit::CCds& store, int64_t nowUs) {
       ++it;
       continue;
     }
-    const std::string path = std::string(kSubscriptionsNode) + "/" + it->first;
-    api_status_t status = API_STATUS_UNKNOWN;
-    store.remove_node(path, status, kSource);
-    // The next look reads the area again: whatever else changed with the
-    // counter meanwhile is read too.
-    api_status_t counted = API_STATUS_UNKNOWN;
-    store.increment_leaf(std::string(kSubUpdateCountPath) + "/Value", 1,
-                         counted, nullptr, kSource);
-    logNotice(kLogAlways, "Publisher: the lease of %s ended: removed (%d)",
-              it->first.c_str(), static_cast<int>(status));
+    if (!removeEnded(store, it->second->subscription)) {
+      // Created again since we read it, or the store was busy: the next
+      // step reads the whole area again and judges the lease afresh.
+      lastCount_ = -2;
+      ++it;
+      continue;
+    }
+    logNotice(kLogAlways, "Publisher: the lease of %s ended: removed",
+              it->first.c_str());
     it = tracked_.erase(it);
   }
+}
+
+bool Publisher::removeEnded(toolkit::CCds& store, const Subscription& ended) {
+  // One transaction from the check to the counter: a createSubscription
+  // that lands between our read and the removal renews the lease (a new
+  // ReplyURI time stamp) and must not be removed with the old one.
+  if (pcd_begin(store.handle) != 0) return false;
+  int64_t createdUs = 0;
+  if (readCreatedUs(store, ended.id, createdUs) &&
+      createdUs != ended.createdUs) {
+    pcd_rollback(store.handle);
+    return false;
+  }
+  const std::string path = std::string(kSubscriptionsNode) + "/" + ended.id;
+  api_status_t status = API_STATUS_UNKNOWN;
+  store.remove_node(path, status, kSource);
+  // The next look reads the area again: whatever else changed with the
+  // counter meanwhile is read too.
+  api_status_t counted = API_STATUS_UNKNOWN;
+  store.increment_leaf(std::string(kSubUpdateCountPath) + "/Value", 1,
+                       counted, nullptr, kSource);
+  return pcd_commit(store.handle) == 0;
 }
 
 void Publisher::publish(toolkit::CCds& store, Tracked& tracked,

@@ -89,6 +89,9 @@ class Publisher : public Companion {
                                  Tracked* previous);
   void applyLimits();
   void endLeases(toolkit::CCds& store, int64_t nowUs);
+  // Removes `ended` and bumps the counter, unless it was created again
+  // since it was read; false when it stays (renewed, or the store busy).
+  bool removeEnded(toolkit::CCds& store, const Subscription& ended);
   // The values due now that moved, then the new log records, as one
   // message on the subscription's queue (none when there is nothing).
   void publish(toolkit::CCds& store, Tracked& tracked, int64_t nowUs);

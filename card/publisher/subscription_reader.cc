@@ -133,6 +133,20 @@ bool readSubscription(toolkit::CCds& store, const std::string& id,
   return true;
 }
 
+bool readCreatedUs(toolkit::CCds& store, const std::string& id,
+                   int64_t& createdUs) {
+  api_status_t status = API_STATUS_UNKNOWN;
+  toolkit::CElement element;
+  element_property_t property = PCD_PROP_NORMAL;
+  if (store.get_leaf(subscriptionPath(id) + "/ReplyURI/Value", status,
+                     element, property) != 0 ||
+      status != API_STATUS_OK) {
+    return false;
+  }
+  createdUs = qrx_UNIXtoQRXtime64(&element.get_time());
+  return true;
+}
+
 int64_t leaseEndUs(const Subscription& subscription) {
   if (subscription.leaseMs <= 0) return 0;
   return subscription.createdUs + subscription.leaseMs * 1000;

@@ -54,6 +54,11 @@ bool readNodeNames(toolkit::CCds& store, const std::string& id,
 bool readSubscription(toolkit::CCds& store, const std::string& id,
                       Subscription& subscription);
 
+// The time stamp of subscription `id`'s ReplyURI leaf (when it was last
+// created), qrx time. False when the leaf cannot be read.
+bool readCreatedUs(toolkit::CCds& store, const std::string& id,
+                   int64_t& createdUs);
+
 // The lease's end in qrx time, or 0 for a subscription without lease.
 int64_t leaseEndUs(const Subscription& subscription);
 

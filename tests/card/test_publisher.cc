@@ -177,5 +177,35 @@ TEST_F(PublisherAreaTest, LeasesEndOnTimeAndBumpTheCounter) {
   publisher.stop(*cds_);
 }
 
+// A subscription created again between two looks of the publisher (its
+// counter bump not seen yet) keeps the new lease its ReplyURI stamps.
+TEST_F(PublisherAreaTest, ASubscriptionCreatedAgainKeepsItsNewLease) {
+  Subscribe("renewed", 2000);
+  Publisher publisher(clock_);
+  std::string error;
+  ASSERT_TRUE(publisher.configure({"--check-seconds", "0.1"}, &error));
+  ASSERT_TRUE(publisher.start(*cds_));
+  publisher.step(*cds_);
+  const int64_t counted = readSubUpdateCount(*cds_);
+  nowUs_ += 3000000;
+  timeval renewedAt{};
+  qrx_QRXtoUNIXtime64(nowUs_, &renewedAt);
+  CElement uri("http://127.0.0.1:1/x");
+  uri.set_time(renewedAt);
+  api_status_t status = API_STATUS_UNKNOWN;
+  ASSERT_EQ(0, cds_->set_leaf(std::string(kSubscriptionsNode) +
+                                  "/renewed/ReplyURI/Value",
+                              uri, status, PCD_TRIBOOL_UNKNOWN,
+                              "Web-Services:operator@192.0.2.9"));
+  publisher.step(*cds_);  // the old lease ended, the new one has not
+  publisher.step(*cds_);
+  EXPECT_EQ(1u, listSubscriptions(*cds_).size());
+  EXPECT_EQ(counted, readSubUpdateCount(*cds_));
+  nowUs_ += 2000000;
+  publisher.step(*cds_);
+  EXPECT_EQ(0u, listSubscriptions(*cds_).size());
+  publisher.stop(*cds_);
+}
+
 }  // namespace
 }  // namespace wsgated
