@@ -108,11 +108,12 @@ api_status_t journal_structure(pcd_connection* c, const char* action,
                                const std::string& node_path,
                                const std::string& source) {
   long long id = 0;
+  const std::string action_text(action);
   {
     StmtScope s(c, kStmtInsertStructure);
     if (!s.ok()) return s.error();
     s.bind(1, now_us());
-    s.bind(2, std::string(action));
+    s.bind(2, action_text);
     s.bind(3, node_path);
     s.bind(4, source);
     const int rc = s.step();

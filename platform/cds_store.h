@@ -208,10 +208,13 @@ class StmtScope {
   // Step once; SQLITE_ROW, SQLITE_DONE or an error code.
   int step() { return sqlite3_step(stmt_); }
 
+  // The text is bound without a copy (SQLITE_STATIC): it must outlive the
+  // step, so a temporary is refused at compile time.
   void bind(int index, const std::string& text) {
     sqlite3_bind_text(stmt_, index, text.data(), static_cast<int>(text.size()),
                       SQLITE_STATIC);
   }
+  void bind(int index, std::string&& text) = delete;
   void bind(int index, long long value) {
     sqlite3_bind_int64(stmt_, index, value);
   }

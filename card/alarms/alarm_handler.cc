@@ -90,6 +90,8 @@ AlarmHandler::AlarmHandler(const std::string& devicesRoot,
       state_(state),
       eventLog_(pathFromEnvironment("WSGATED_EVENT_LOG", kDefaultEventLog)) {}
 
+AlarmHandler::~AlarmHandler() { pcd_log_close_writer(writer_); }
+
 std::string AlarmHandler::usage() const {
   return "  --event-log PATH         the alarm/event log; default "
          "WSGATED_EVENT_LOG,\n"

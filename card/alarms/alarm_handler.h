@@ -58,6 +58,10 @@ class AlarmHandler : public Companion {
   explicit AlarmHandler(const std::string& devicesRoot = "/Devices",
                         const AlarmTable& table = AlarmTable(),
                         const HandlerState& state = HandlerState());
+  // Closes the alarm/event log when stop() did not (a run cut short).
+  ~AlarmHandler() override;
+  AlarmHandler(const AlarmHandler&) = delete;
+  AlarmHandler& operator=(const AlarmHandler&) = delete;
 
   std::string usage() const override;
   bool configure(const std::vector<std::string>& args,
