@@ -5,8 +5,10 @@
 #include <stdsoap2.h>
 
 #include <exception>
+#include <string>
 
 #include "common/log.h"
+#include "common/service_context.h"
 #include "contract/tracked_blocks.h"
 #include "host/engine_setup.h"
 
@@ -28,11 +30,17 @@ int releaseRequestMemory(struct soap* soap) {
   return 0;
 }
 
-int parseAndDispatch(struct soap* soap) {
+// `operation` gets the body's first element as the client wrote it
+// ("nsc1:getValue"), once the body is reached: the name a fault's log line
+// gives. Peeking is what the dispatcher does first anyway, and a second
+// peek returns the element already read.
+int parseAndDispatch(struct soap* soap, std::string* operation) {
   if (soap_envelope_begin_in(soap) || soap_recv_header(soap) ||
-      soap_body_begin_in(soap) || soap_serve_request(soap)) {
+      soap_body_begin_in(soap)) {
     return soap->error;
   }
+  if (soap_peek_element(soap) == SOAP_OK) *operation = soap->tag;
+  if (soap_serve_request(soap)) return soap->error;
   if (soap->fserveloop && soap->fserveloop(soap)) return soap->error;
   return SOAP_OK;
 }
@@ -45,6 +53,21 @@ void sendFault(struct soap* soap, const InputGuard& guard) {
     soap_sender_fault(soap, guard.refusal().c_str(), nullptr);
   }
   soap_send_fault(soap);
+}
+
+// One line that says what went wrong and to whom, for people reading the
+// log at the verbosity that shows errors: the operation, the caller, the
+// engine's code and the fault's own words, as the client received them.
+void logFaultReason(struct soap* soap, const std::string& operation) {
+  const RequestCaller& caller = serviceContext(soap)->caller;
+  const char* reason = soap_fault_string(soap);
+  const char* detail = soap_fault_detail(soap);
+  logNotice(kLogErrors, "Fault for %s by %s@%s: %s%s%s (engine code %d)",
+            operation.empty() ? "(no operation)" : operation.c_str(),
+            caller.user.empty() ? "(anonymous)" : caller.user.c_str(),
+            caller.address.c_str(), reason != nullptr ? reason : "no reason",
+            detail != nullptr && *detail != '\0' ? ": " : "",
+            detail != nullptr ? detail : "", soap->error);
 }
 
 }  // namespace
@@ -62,9 +85,13 @@ int serveSoapMessage(struct soap* soap, const InputGuard& guard) {
       soap_closesock(soap);
       return releaseRequestMemory(soap);
     }
-    if (parseAndDispatch(soap) != SOAP_OK) {
+    std::string operation;
+    if (parseAndDispatch(soap, &operation) != SOAP_OK) {
+      const int code = soap->error;
       logError(kLogAlways, "Failed in soap processing; ");
       sendFault(soap, guard);
+      soap->error = code;  // sending may reset it; the line names the cause
+      logFaultReason(soap, operation);
     }
     return releaseRequestMemory(soap);
   } catch (const std::exception& e) {

@@ -15,6 +15,8 @@ packages=(
   openssl
   python3 python3-zeep python3-lxml
   wrk curl procps tzdata
+  # the manual pages' check (man -l, lexgrog)
+  man-db groff-base
   # the fuzzers (scripts/fuzz.sh): clang and its fuzzer runtime, which
   # clang only recommends
   clang libclang-rt-14-dev

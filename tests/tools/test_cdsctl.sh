@@ -39,6 +39,15 @@ usage_error() {
   expect 1 "$@"
   contains "$err" "$message" "cdsctl $*"
 }
+# A command's own help, even with arguments around it; the version.
+expect 0 --store "$work/x.db" set /A --help
+contains "$out" "  set PATH VALUE" "help of set"
+case "$out" in *"  get PATH"*) fail "help of set shows other commands" ;; esac
+expect 0 rule --help
+contains "$out" "  rule remove NAME" "help of rule"
+case "$out" in *"  rules "*) fail "help of rule shows rules" ;; esac
+expect 0 --version
+[[ "$out" =~ ^cdsctl\ [0-9]+\.[0-9]+\.[0-9]+$ ]] || fail "version '$out'"
 usage_error "no command given"
 usage_error "unknown command 'frobnicate'" frobnicate
 usage_error "--store needs a value" --store
@@ -72,6 +81,9 @@ expect 0 --store "$store" get /Devices/UPS1/LowBatteryThreshold
 [ "$out" = "30" ] || fail "threshold read '$out'"
 expect 3 --store "$store" set /Devices/UPS1/LowBatteryThreshold thirty
 contains "$err" "TYPE_MISMATCH" "text into an Integer"
+# A state the point does not have names the ones it has.
+expect 3 --store "$store" set /Devices/UPS1/OperatingMode Sleeping
+contains "$err" "(the states are: Online, On Battery, Bypass, Fault)" "states"
 # Every write records who made it.
 expect 0 --store "$store" writer /Devices/UPS1/LowBatteryThreshold
 [ "$out" = "cdsctl:${USER:-unknown}@local" ] || fail "writer read '$out'"
@@ -104,7 +116,7 @@ contains "$out" "Comment (Real) = 12 [persistent]" "typed, persistent write"
 # Several paths: one line each, failures named on stderr.
 expect 3 --store "$store" get /ReadOnlyCDS/Value /Devices/Nope/Value
 contains "$out" "/ReadOnlyCDS/Value = false" "multi get"
-contains "$err" "get /Devices/Nope/Value: NO_NODE" "multi get failure"
+contains "$err" "get /Devices/Nope/Value: NO_NODE (no such node;" "multi get failure"
 
 # --- structure -----------------------------------------------------------
 expect 0 --store "$store" add /Devices/Meter2
@@ -129,7 +141,17 @@ expect 0 --store "$store" user remove alice
 expect 0 --store "$store" rule set Breakers /Devices/Breaker1 Operator Administrator
 expect 0 --store "$store" get /Software/Security/Access/Breakers/Read/Value
 [ "$out" = "Operator" ] || fail "rule read role '$out'"
+expect 0 --store "$store" rules
+contains "$out" $'Breakers\t/Devices/Breaker1\tread Operator\twrite Administrator' "rules"
 expect 0 --store "$store" rule remove Breakers
+# An empty listing says so to people, and leaves standard output empty.
+expect 0 --store "$store" rules
+for rule in $(echo "$out" | cut -f1); do
+  expect 0 --store "$store" rule remove "$rule"
+done
+expect 0 --store "$store" rules
+[ -z "$out" ] || fail "rules of an empty list printed '$out'"
+contains "$err" "cdsctl: rules: none" "empty rules"
 
 # --- attribute table ------------------------------------------------------
 expect 0 attributes

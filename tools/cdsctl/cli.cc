@@ -21,9 +21,62 @@ int UsageError(const std::string& message) {
   return kExitUsage;
 }
 
+namespace {
+
+// What a status means to someone at the command line, and what to do.
+struct StatusAdvice {
+  api_status_t status;
+  const char* words;
+};
+
+const StatusAdvice kStatusAdvice[] = {
+    {API_STATUS_UNKNOWN, "the store did not say what happened"},
+    {API_STATUS_NO_NODE,
+     "no such node; 'cdsctl show PARENT --depth 1' lists what is there"},
+    {API_STATUS_NO_ATTRIBUTE,
+     "the node has no such attribute; 'cdsctl show NODE --depth 0' lists "
+     "its attributes"},
+    {API_STATUS_NOT_TYPED, "the attribute exists but holds no value"},
+    {API_STATUS_BAD_PATH,
+     "not a path the store accepts: nodes separated by '/', an attribute "
+     "after '/' or ':'"},
+    {API_STATUS_READ_ONLY,
+     "the store is read-only (/ReadOnlyCDS, or the file's permissions)"},
+    {API_STATUS_TYPE_MISMATCH,
+     "the value does not fit the attribute's type; --type names another"},
+    {API_STATUS_BUSY,
+     "another process held the store's lock too long "
+     "(TOOLKIT_CDS_BUSY_MS); try again"},
+    {API_STATUS_IO_ERROR,
+     "the store's database reported an error; check the disk and the "
+     "file's permissions"},
+    {API_STATUS_EXISTS, "it already exists"},
+    {API_STATUS_NOT_OPEN,
+     "the store is no longer open; was its file removed or replaced?"},
+    {API_STATUS_ROLLED_BACK,
+     "not written, because another part of the same change failed"},
+    {API_STATUS_READ_ONLY_LEAF,
+     "the store maintains this attribute itself; nobody writes it"},
+};
+
+}  // namespace
+
+std::string StatusWords(api_status_t status) {
+  for (const StatusAdvice& advice : kStatusAdvice) {
+    if (advice.status == status) {
+      return std::string(pcd_status_name(status)) + " (" + advice.words + ")";
+    }
+  }
+  return pcd_status_name(status);
+}
+
 int Failed(const std::string& what, api_status_t status) {
-  std::cerr << "cdsctl: " << what << ": " << pcd_status_name(status) << "\n";
+  std::cerr << "cdsctl: " << what << ": " << StatusWords(status) << "\n";
   return kExitFailed;
+}
+
+void ReportEmpty(const std::string& what) {
+  std::cerr << "cdsctl: " << what << ": none\n";
 }
 
 int FailedMessage(const std::string& message) {

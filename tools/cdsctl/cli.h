@@ -36,8 +36,16 @@ struct Invocation {
 // Prints "cdsctl: <message>" and a hint to --help; returns kExitUsage.
 int UsageError(const std::string& message);
 
-// Prints "cdsctl: <what>: <status name>"; returns kExitFailed.
+// The status's name with what it means and what to do, for messages:
+// "NO_NODE (no such node; 'cdsctl show PARENT --depth 1' lists ...)".
+std::string StatusWords(api_status_t status);
+
+// Prints "cdsctl: <what>: <status words>"; returns kExitFailed.
 int Failed(const std::string& what, api_status_t status);
+
+// Tells a person that a listing came out empty ("cdsctl: <what>: none")
+// on standard error, so that standard output stays empty for scripts.
+void ReportEmpty(const std::string& what);
 
 // Prints "cdsctl: <message>"; returns kExitFailed.
 int FailedMessage(const std::string& message);
@@ -103,6 +111,7 @@ int CmdUsers(const Invocation& invocation);
 int CmdUser(const Invocation& invocation);
 int CmdAnonymous(const Invocation& invocation);
 int CmdRule(const Invocation& invocation);
+int CmdRules(const Invocation& invocation);
 // cmd_logs.cc
 int CmdEvents(const Invocation& invocation);
 int CmdWatchdogs(const Invocation& invocation);

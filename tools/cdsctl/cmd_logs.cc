@@ -41,6 +41,7 @@ int CmdEvents(const Invocation& invocation) {
       0) {
     return FailedMessage("events: the event queue could not be read");
   }
+  if (events.empty()) ReportEmpty("events");
   for (const CdsQueuedEvent& event : events) {
     std::cout << event.queue_id << "\t" << FormatQrxTime(event.queued_us)
               << "\t" << event.payload << "\n";
@@ -56,6 +57,7 @@ int CmdWatchdogs(const Invocation& invocation) {
   if (cds_watchdogs_read(cds->handle, watchdogs) != 0) {
     return FailedMessage("watchdogs: the store could not be read");
   }
+  if (watchdogs.empty()) ReportEmpty("watchdogs");
   for (const CdsWatchdog& dog : watchdogs) {
     std::cout << dog.name << "\tpid " << dog.pid << "\tperiod "
               << dog.period_seconds << "s\tlast ping "
@@ -74,6 +76,7 @@ int CmdSyslog(const Invocation& invocation) {
   if (cds_syslog_read(cds->handle, static_cast<int>(max), lines) != 0) {
     return FailedMessage("syslog: the store could not be read");
   }
+  if (lines.empty()) ReportEmpty("syslog");
   for (const CdsSyslogLine& line : lines) {
     std::cout << FormatQrxTime(line.time_us) << "\t" << line.level << "\t"
               << line.message << "\n";

@@ -129,6 +129,28 @@ int CmdUsers(const Invocation& invocation) {
   return kExitOk;
 }
 
+// One line per rule: name, path, read role, write role, tab-separated.
+int CmdRules(const Invocation& invocation) {
+  if (!invocation.args.empty()) return UsageError("rules takes no arguments");
+  std::unique_ptr<toolkit::CCds> cds = OpenStore(invocation);
+  if (!cds) return kExitNoStore;
+  std::vector<std::string> rules;
+  api_status_t status = API_STATUS_UNKNOWN;
+  if (cds->test_node(kAccess, status) == 0 && status == API_STATUS_OK &&
+      toolkit::CPath::getChildPaths(*cds, kAccess, rules) != 0) {
+    return Failed("rules", API_STATUS_IO_ERROR);
+  }
+  for (const std::string& rule : rules) {
+    std::string parent, name;
+    toolkit::CPath::LopLastSubpath(rule, parent, name);
+    std::cout << name << "\t" << ReadText(*cds, rule + "/Path") << "\tread "
+              << ReadText(*cds, rule + "/Read") << "\twrite "
+              << ReadText(*cds, rule + "/Write") << "\n";
+  }
+  if (rules.empty()) ReportEmpty("rules");
+  return kExitOk;
+}
+
 int CmdUser(const Invocation& invocation) {
   std::vector<std::string> a = invocation.args;
   a.insert(a.begin(), "user");

@@ -135,6 +135,29 @@ bool ConvertForSet(toolkit::CCds& cds, const toolkit::CPath& path,
                                    multistate) == 0;
 }
 
+// The states a boolean or multistate point may be set to, for a message:
+// " (the states are: Online, On Battery, Bypass, Fault)", or "" when the
+// node names none.
+std::string StatesHint(toolkit::CCds& cds, const toolkit::CPath& path) {
+  if (path.getPathAttribute() != "Value") return "";
+  for (const char* list : {"WritableValues", "PossibleValues"}) {
+    api_status_t status = API_STATUS_UNKNOWN;
+    toolkit::CElement element;
+    element_property_t property = PCD_PROP_NORMAL;
+    if (cds.get_leaf(path.getNewPathStr(list), status, element, property) != 0 ||
+        status != API_STATUS_OK || element.to_string().empty()) {
+      continue;
+    }
+    std::string states = element.to_string();
+    for (size_t at = states.find(';'); at != std::string::npos;
+         at = states.find(';', at)) {
+      states.replace(at, 1, ", ");
+    }
+    return " (the states are: " + states + ")";
+  }
+  return "";
+}
+
 // What `get` prints for a leaf: its value, or for the sub-attributes
 // ".Time" and ".Source" the value's time stamp and how the leaf came to hold
 // its value, in the words the web services use.
@@ -284,7 +307,7 @@ int CmdSet(const Invocation& invocation) {
   if (!ConvertForSet(*cds, path, type, args[1], &element)) {
     return FailedMessage("set " + args[0] + ": cannot read '" + args[1] +
                          "' as " + pcd_enum_to_str(type) +
-                         ": TYPE_MISMATCH");
+                         ": TYPE_MISMATCH" + StatesHint(*cds, path));
   }
   // Without --time the store stamps the write with the present time.
   element.set_time(time);

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
+#include <sstream>
 
 #include "platform/cds.h"
 #include "tools/cdsctl/cli.h"
@@ -15,6 +16,7 @@ namespace {
 
 const char kUsage[] =
     "usage: cdsctl [--store PATH] COMMAND [ARGS]\n"
+    "       cdsctl [COMMAND] --help | --version\n"
     "\n"
     "The store is PATH, else $TOOLKIT_CDS_PATH, else /var/lib/toolkit/cds.db.\n"
     "\n"
@@ -40,6 +42,8 @@ const char kUsage[] =
     "  user set NAME ROLE             ROLE: None Viewer Operator Administrator\n"
     "  user remove NAME\n"
     "  anonymous ROLE                 role of callers without a user name\n"
+    "  rules                          access rules: name, path, read and\n"
+    "                                 write roles\n"
     "  rule set NAME PATH READROLE WRITEROLE\n"
     "  rule remove NAME\n"
     "Logs:\n"
@@ -67,7 +71,7 @@ const char kUsage[] =
     "                                 newest N snapshots (2000)\n"
     "\n"
     "Exit status: 0 done, 1 bad usage, 2 store or log cannot be opened,\n"
-    "3 operation failed.\n";
+    "3 operation failed. More in 'man cdsctl'.\n";
 
 struct Command {
   const char* name;
@@ -82,7 +86,8 @@ const Command kCommands[] = {
     {"add", CmdAdd},             {"remove", CmdRemove},
     {"clear", CmdClear},         {"users", CmdUsers},
     {"user", CmdUser},           {"anonymous", CmdAnonymous},
-    {"rule", CmdRule},           {"events", CmdEvents},
+    {"rule", CmdRule},           {"rules", CmdRules},
+    {"events", CmdEvents},
     {"watchdogs", CmdWatchdogs}, {"syslog", CmdSyslog},
     {"attributes", CmdAttributes}, {"log", CmdLog},
     {"trend", CmdTrend},
@@ -90,11 +95,53 @@ const Command kCommands[] = {
 
 bool IsHelp(const std::string& arg) { return arg == "-h" || arg == "--help"; }
 
+const Command* FindCommand(const std::string& name) {
+  for (const Command& command : kCommands) {
+    if (name == command.name) return &command;
+  }
+  return nullptr;
+}
+
+// The usage entries of one command: its lines of kUsage (two blanks, then
+// the command's name) with their continuation lines (more blanks).
+std::string CommandUsage(const std::string& name) {
+  std::istringstream lines(kUsage);
+  std::string line, found;
+  bool inEntry = false;
+  while (std::getline(lines, line)) {
+    if (line.compare(0, 3, "   ") == 0) {
+      if (inEntry) found += line + "\n";
+      continue;
+    }
+    inEntry = line.compare(0, 2 + name.size(), "  " + name) == 0 &&
+              (line.size() == 2 + name.size() || line[2 + name.size()] == ' ');
+    if (inEntry) found += line + "\n";
+  }
+  return found;
+}
+
+// --help alone, or after a command's name: the whole usage or the
+// command's own entries.
+int PrintHelp(const std::vector<std::string>& args) {
+  for (size_t i = 0; i < args.size(); ++i) {
+    const std::string& arg = args[i];
+    if (IsHelp(arg)) break;
+    if (arg == "--store") ++i;  // its value is a path, whatever it reads
+    if (arg.compare(0, 1, "-") == 0 || FindCommand(arg) == nullptr) continue;
+    std::cout << "usage: cdsctl [--store PATH]\n"
+              << CommandUsage(arg) << "\nMore in 'man cdsctl'.\n";
+    return kExitOk;
+  }
+  std::cout << kUsage;
+  return kExitOk;
+}
+
 int Main(int argc, char** argv) {
   std::vector<std::string> args(argv + 1, argv + argc);
   for (const std::string& arg : args) {
-    if (IsHelp(arg)) {
-      std::cout << kUsage;
+    if (IsHelp(arg)) return PrintHelp(args);
+    if (arg == "--version") {
+      std::cout << "cdsctl " << WSGATED_VERSION << "\n";
       return kExitOk;
     }
   }
@@ -109,10 +156,9 @@ int Main(int argc, char** argv) {
   const char* user = std::getenv("USER");
   invocation.source = std::string("cdsctl:") +
                       (user != nullptr && *user ? user : "unknown") + "@local";
-  for (const Command& command : kCommands) {
-    if (args[0] != command.name) continue;
+  if (const Command* command = FindCommand(args[0])) {
     invocation.args.assign(args.begin() + 1, args.end());
-    return command.run(invocation);
+    return command->run(invocation);
   }
   return UsageError("unknown command '" + args[0] + "'");
 }
