@@ -6,6 +6,7 @@
 
 #include "admin/node_admin.h"
 #include "common/bnws_error.h"
+#include "common/caller_rights.h"
 #include "common/log.h"
 #include "common/service_context.h"
 #include "common/service_options.h"
@@ -34,7 +35,7 @@ bool mayCreate(ServiceContext* context, const std::string& nodePath) {
   toolkit::CPath node(nodePath);
   // A node path that does not parse is refused by the store itself.
   if (node.normalize() != 0 ||
-      node.is_admin_authorized(context->cds, context->caller.user)) {
+      callerMay(context, toolkit::PCD_ACCESS_ADMIN, node)) {
     return true;
   }
   logNotice(kLogErrors, "Unauthorized node creation attempted on %s",

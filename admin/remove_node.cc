@@ -4,6 +4,7 @@
 
 #include "admin/node_admin.h"
 #include "common/bnws_error.h"
+#include "common/caller_rights.h"
 #include "common/log.h"
 #include "common/service_context.h"
 #include "common/service_options.h"
@@ -28,7 +29,7 @@ int removeNode(ServiceContext* context, const std::string* optionsText,
                  &options);
     return 0;
   }
-  if (!path.is_remove_authorized(context->cds, context->caller.user)) {
+  if (!callerMay(context, toolkit::PCD_ACCESS_REMOVE, path)) {
     logNotice(kLogErrors, "Unauthorized node removal attempted on %s",
               given.c_str());
     return kWriteNotAuthorized;

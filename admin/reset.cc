@@ -5,6 +5,7 @@
 
 #include "admin/node_admin.h"
 #include "admin/reboot.h"
+#include "common/caller_rights.h"
 #include "common/log.h"
 #include "common/service_context.h"
 #include "common/write_path.h"
@@ -27,7 +28,7 @@ int resetCard(ServiceContext* context, std::string& result) {
   toolkit::CPath root("/");
   root.normalize();
   const RequestCaller& caller = context->caller;
-  if (!root.is_reset_authorized(context->cds, caller.user)) {
+  if (!callerMay(context, toolkit::PCD_ACCESS_RESET, root)) {
     logNotice(kLogErrors, "%s is Not authorized for Reset",
               caller.user.c_str());
     return kWriteNotAuthorized;

@@ -10,6 +10,7 @@
 
 #include "commands/command_queue.h"
 #include "common/bnws_error.h"
+#include "common/caller_rights.h"
 #include "common/log.h"
 #include "common/service_context.h"
 #include "common/service_options.h"
@@ -36,7 +37,7 @@ bool readRefused(ServiceContext* context, const ServiceOptions& options,
                  const std::string& devPath, std::string& result) {
   toolkit::CPath device(devPath);
   if (device.normalize() != 0 ||
-      device.is_read_authorized(context->cds, context->caller.user)) {
+      callerMay(context, toolkit::PCD_ACCESS_READ, device)) {
     return false;
   }
   logNotice(kLogErrors, "Unauthorized read of %s", devPath.c_str());

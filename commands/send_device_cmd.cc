@@ -11,6 +11,7 @@
 
 #include "commands/command_queue.h"
 #include "common/bnws_error.h"
+#include "common/caller_rights.h"
 #include "common/log.h"
 #include "common/service_context.h"
 #include "common/service_options.h"
@@ -39,7 +40,7 @@ bool mayCommand(ServiceContext* context, const std::string& devPath) {
   if (device.normalize() == 0) {
     toolkit::CPath value(device.getNodePath());
     if (value.normalize() == 0 &&
-        value.is_write_authorized(context->cds, context->caller.user)) {
+        callerMay(context, toolkit::PCD_ACCESS_WRITE, value)) {
       return true;
     }
   }

@@ -3,6 +3,7 @@
 #include "common/read_path.h"
 
 #include "common/bnws_error.h"
+#include "common/caller_rights.h"
 #include "common/log.h"
 #include "common/service_context.h"
 #include "common/service_options.h"
@@ -27,7 +28,7 @@ bool startsWith(const std::string& text, const char* prefix) {
 bool readRefused(ServiceContext* context, const ServiceOptions& options,
                  const toolkit::CPath& path, std::string& result) {
   if (!path.is_valid() || !path.getSubAttribute().empty() ||
-      path.is_read_authorized(context->cds, context->caller.user)) {
+      callerMay(context, toolkit::PCD_ACCESS_READ, path)) {
     return false;
   }
   logNotice(kLogErrors, "Unauthorized read of %s", path.original().c_str());

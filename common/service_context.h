@@ -20,6 +20,7 @@
 
 #include "platform/cds.h"
 #include "platform/connxns.h"
+#include "platform/security.h"
 #include "platform/swinfo.h"
 
 struct soap;
@@ -49,6 +50,17 @@ struct RequestCaller {
   std::string address;    // REMOTE_ADDR, at most 64 characters
   bool https = false;     // HTTPS == "on"
   std::string languages;  // HTTP_ACCEPT_LANGUAGE or "en_US.UTF-8"
+};
+
+// What the request being served was refused (caller_rights.h): how many
+// times, and the first refusal, with the role it needed. Enough for one
+// log line however many paths a search or log read was refused.
+struct RequestRefusals {
+  int count = 0;
+  toolkit::pcd_access_t access = toolkit::PCD_ACCESS_READ;  // of the first
+  std::string path;      // the first refused path
+  bool judged = false;   // whether `needs` is known (the path parsed)
+  toolkit::pcd_role_t needs = toolkit::PCD_ROLE_NONE;
 };
 
 struct ServiceContext {
@@ -86,9 +98,10 @@ struct ServiceContext {
   std::string waveFolder;  // -w, COMTRADE files; "" = none
 
   // The FastCGI request being served (read by the engine's I/O hooks), its
-  // caller, and the monotonic time of the next connection-table check.
+  // caller and what it was refused, and the monotonic time of the next connection-table check.
   FCGX_Request* request;
   RequestCaller caller;
+  RequestRefusals refusals;
   time_t nextConnxnCheck;
 
   // Locale support: the ";"-separated list the device supports, whether

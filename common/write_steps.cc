@@ -5,6 +5,7 @@
 #include <sys/time.h>
 
 #include "common/bnws_error.h"
+#include "common/caller_rights.h"
 #include "common/log.h"
 #include "common/service_context.h"
 #include "common/service_options.h"
@@ -26,9 +27,9 @@ bool normalizeWritePath(const std::string& text, toolkit::CPath& path,
 
 bool writeAuthorized(ServiceContext* context, const toolkit::CPath& path,
                      bool adminFlag) {
-  const std::string& user = context->caller.user;
-  if (adminFlag ? path.is_admin_authorized(context->cds, user)
-                : path.is_write_authorized(context->cds, user)) {
+  if (callerMay(context,
+                adminFlag ? toolkit::PCD_ACCESS_ADMIN : toolkit::PCD_ACCESS_WRITE,
+                path)) {
     return true;
   }
   logNotice(kLogErrors, "Unauthorized attempt to write to %s",

@@ -7,6 +7,7 @@
 #include <exception>
 #include <string>
 
+#include "common/caller_rights.h"
 #include "common/log.h"
 #include "common/service_context.h"
 #include "contract/tracked_blocks.h"
@@ -86,6 +87,7 @@ int serveSoapMessage(struct soap* soap, const InputGuard& guard) {
       return releaseRequestMemory(soap);
     }
     std::string operation;
+    clearRefusals(serviceContext(soap));
     if (parseAndDispatch(soap, &operation) != SOAP_OK) {
       const int code = soap->error;
       logError(kLogAlways, "Failed in soap processing; ");
@@ -93,6 +95,7 @@ int serveSoapMessage(struct soap* soap, const InputGuard& guard) {
       soap->error = code;  // sending may reset it; the line names the cause
       logFaultReason(soap, operation);
     }
+    logRefusals(serviceContext(soap), operation);
     return releaseRequestMemory(soap);
   } catch (const std::exception& e) {
     logError(kLogAlways, "Exception in soap_serve processing: %s", e.what());

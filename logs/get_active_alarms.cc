@@ -293,7 +293,7 @@ bool collectAlarms(struct soap* soap, ServiceContext* context,
   const std::string pattern =
       request.path != nullptr ? *request.path : std::string();
   EventRecordBuilder builder(soap, cds, recordLocale(options));
-  SourceRights rights(cds, context->caller.user);
+  SourceRights rights(context);
   PatternFailures failures{0, pattern};
   PatternSettings settings;
   settings.compilation = PatternCompilation::kPerText;

@@ -37,7 +37,7 @@ int __nsqv__getDeltaLog(struct soap* soap, struct _nsqv__getDeltaLog* request,
   if (values == nullptr) return SOAP_EOM;
   wsgated::EventRecordBuilder builder(soap, context->cds,
                                       wsgated::recordLocale(options));
-  wsgated::SourceRights rights(context->cds, context->caller.user);
+  wsgated::SourceRights rights(context);
   int count = 0;
   for (const CEvent& record : records) {
     if (rights.mayRead(record.source_path) &&

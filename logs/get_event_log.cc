@@ -61,7 +61,7 @@ int __nsqv__getEventLog(struct soap* soap, struct _nsqv__getEventLog* request,
   if (events == nullptr) return SOAP_EOM;
   EventRecordBuilder builder(soap, context->cds,
                              wsgated::recordLocale(options));
-  SourceRights rights(context->cds, context->caller.user);
+  SourceRights rights(context);
   int count = 0;
   for (const CEvent& record : records) {
     nss1__Event* event = rights.mayRead(record.source_path)

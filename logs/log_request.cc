@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "common/bnws_error.h"
+#include "common/caller_rights.h"
 #include "common/service_context.h"
 #include "common/service_options.h"
 #include "contract/operation.h"
@@ -57,14 +58,13 @@ const std::locale* recordLocale(const ServiceOptions& options) {
   return options.localeSupport ? &options.stdLocale : nullptr;
 }
 
-SourceRights::SourceRights(toolkit::CCds& cds, const std::string& user)
-    : cds_(cds), user_(user) {}
+SourceRights::SourceRights(ServiceContext* context) : context_(context) {}
 
 bool SourceRights::mayRead(const std::string& sourcePath) {
   auto judged = judged_.find(sourcePath);
   if (judged != judged_.end()) return judged->second;
   const bool allowed =
-      toolkit::CPath(sourcePath).is_read_authorized(cds_, user_);
+      callerMay(context_, toolkit::PCD_ACCESS_READ, toolkit::CPath(sourcePath));
   judged_.emplace(sourcePath, allowed);
   return allowed;
 }

@@ -47,12 +47,11 @@ const std::locale* recordLocale(const ServiceOptions& options);
 // per answer, since a log repeats a few dozen paths thousands of times.
 class SourceRights {
  public:
-  SourceRights(toolkit::CCds& cds, const std::string& user);
+  explicit SourceRights(ServiceContext* context);
   bool mayRead(const std::string& sourcePath);
 
  private:
-  toolkit::CCds& cds_;
-  const std::string& user_;
+  ServiceContext* context_;
   std::unordered_map<std::string, bool> judged_;
 };
 

@@ -191,18 +191,18 @@ const SecurityPolicy& current_policy(CCds& cds) {
 // write path answers with its own, more precise refusal (and the store
 // refuses them anyway). Everyone else is held to Value and the attributes
 // that ordinary writers may change.
-bool may_write_attribute(pcd_role_t role, const std::string& attribute) {
-  if (role == PCD_ROLE_ADMINISTRATOR) return true;
+bool ordinary_writers_may_write(const std::string& attribute) {
   const store::AttrClass attr = store::classify_attribute(attribute);
   if ((attr.flags & PCD_AF_AUTOMATIC) != 0) return false;
   return attr.code == PCD_ATTR_VALUE ||
          (attr.flags & PCD_AF_OPERATOR_WRITABLE) != 0;
 }
 
-bool authorize(CCds& cds, const char* user, pcd_access_t access,
-               const CPath& path) {
-  const SecurityPolicy& policy = current_policy(cds);
-  const pcd_role_t role = policy.role_of(user);
+// The least role that `access` on `path` needs under `policy`. Whoever has
+// it is authorised; nothing else decides, so the log's "needs" and the
+// refusal can never disagree.
+pcd_role_t required_role(const SecurityPolicy& policy, pcd_access_t access,
+                         const CPath& path) {
   const std::string& node = path.getNodePath();
   pcd_role_t read_needs = PCD_ROLE_VIEWER;
   pcd_role_t write_needs = PCD_ROLE_OPERATOR;
@@ -214,17 +214,27 @@ bool authorize(CCds& cds, const char* user, pcd_access_t access,
   }
   switch (access) {
     case PCD_ACCESS_READ:
-      return role >= read_needs;
+      return read_needs;
     case PCD_ACCESS_WRITE:
-      return role >= write_needs &&
-             may_write_attribute(role, path.getPathAttribute());
+      return ordinary_writers_may_write(path.getPathAttribute())
+                 ? write_needs
+                 : PCD_ROLE_ADMINISTRATOR;
     case PCD_ACCESS_REMOVE:
     case PCD_ACCESS_ADMIN:
-      return role == PCD_ROLE_ADMINISTRATOR && role >= write_needs;
     case PCD_ACCESS_RESET:
-      return role == PCD_ROLE_ADMINISTRATOR;
+      break;
   }
-  return false;
+  return PCD_ROLE_ADMINISTRATOR;
+}
+
+// `path` as the policy judges it: itself when normalised, else `parsed`,
+// for a path that was never normalised gets its chance; null for a
+// malformed one. Authorisation runs before every read: no copy when the
+// path is ready.
+const CPath* judged_path(const CPath& path, CPath* parsed) {
+  if (path.is_valid()) return &path;
+  *parsed = CPath(path.original());
+  return parsed->normalize() == 0 ? parsed : nullptr;
 }
 
 }  // namespace
@@ -255,11 +265,24 @@ pcd_role_t pcd_user_role(CCds& cds, const char* user) {
 bool pcd_authorize(CCds& cds, const char* user, pcd_access_t access,
                    const CPath& path) {
   try {
-    if (path.is_valid()) return authorize(cds, user, access, path);
-    // A path that was never normalised gets its chance; a malformed one is
-    // refused.
-    CPath parsed(path.original());
-    return parsed.normalize() == 0 && authorize(cds, user, access, parsed);
+    CPath parsed;
+    const CPath* judged = judged_path(path, &parsed);
+    if (judged == nullptr) return false;
+    const SecurityPolicy& policy = current_policy(cds);
+    return policy.role_of(user) >= required_role(policy, access, *judged);
+  } catch (...) {
+    return false;
+  }
+}
+
+bool pcd_required_role(CCds& cds, pcd_access_t access, const CPath& path,
+                       pcd_role_t* role) {
+  try {
+    CPath parsed;
+    const CPath* judged = judged_path(path, &parsed);
+    if (judged == nullptr) return false;
+    *role = required_role(current_policy(cds), access, *judged);
+    return true;
   } catch (...) {
     return false;
   }

@@ -73,6 +73,12 @@ pcd_role_t pcd_user_role(CCds& cds, const char* user);
 bool pcd_authorize(CCds& cds, const char* user, pcd_access_t access,
                    const CPath& path);
 
+// The least role that may do `access` on `path`: the rule pcd_authorize
+// applies, for telling a refused caller what was missing. False for a
+// malformed path, which nobody may use.
+bool pcd_required_role(CCds& cds, pcd_access_t access, const CPath& path,
+                       pcd_role_t* role);
+
 }  // namespace toolkit
 
 #endif  // PLATFORM_SECURITY_H_

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "common/bnws_error.h"
+#include "common/caller_rights.h"
 #include "common/log.h"
 #include "common/service_context.h"
 #include "common/write_path.h"
@@ -88,8 +89,8 @@ int sendAcknowledgements(ServiceContext* context,
     logEntry(i, entry);
     toolkit::CEvent event = acknowledgementEvent(entry);
     if (i == 0 &&
-        !toolkit::CPath(kAlarmTable)
-             .is_write_authorized(context->cds, context->caller.user)) {
+        !callerMay(context, toolkit::PCD_ACCESS_WRITE,
+                   toolkit::CPath(kAlarmTable))) {
       logNotice(kLogErrors, "%s may not acknowledge alarms",
                 context->caller.user.c_str());
       return kAcknowledgementRefused;

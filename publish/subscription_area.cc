@@ -6,6 +6,7 @@
 #include <exception>
 
 #include "common/bnws_error.h"
+#include "common/caller_rights.h"
 #include "common/log.h"
 #include "common/read_path.h"
 #include "common/service_context.h"
@@ -108,7 +109,7 @@ RealTimeNodeResult readFirstValue(ServiceContext* context,
   // the numeric text is the value's, so it needs the rights in any case.
   good = readAttribute(context, options, rc, parsed, status, element,
                        property, enumerated, result.value) &&
-         parsed.is_read_authorized(cds, context->caller.user);
+         callerMay(context, toolkit::PCD_ACCESS_READ, parsed);
   if (!good) return result;
   result.numericValue = element.get_type() == PCD_TYPE_BOOL
                             ? (element.to_bool() ? "1" : "0")
@@ -229,7 +230,7 @@ bool mayChangeSubscription(ServiceContext* context,
   }
   toolkit::CPath node(subscription);
   if (node.normalize() == 0 &&
-      node.is_admin_authorized(context->cds, context->caller.user)) {
+      callerMay(context, toolkit::PCD_ACCESS_ADMIN, node)) {
     return true;
   }
   logNotice(kLogErrors, "Refused: %s is not %s's subscription",

@@ -7,6 +7,7 @@
 #include <new>
 
 #include "common/bnws_error.h"
+#include "common/caller_rights.h"
 #include "common/log.h"
 #include "common/service_context.h"
 #include "common/service_options.h"
@@ -32,7 +33,7 @@ unsigned setting(int32_t value) {
 bool readable(ServiceContext* context, const std::string& path) {
   toolkit::CPath parsed(path);
   return parsed.normalize() != 0 ||
-         parsed.is_read_authorized(context->cds, context->caller.user);
+         callerMay(context, toolkit::PCD_ACCESS_READ, parsed);
 }
 
 // Leaves out the parameters not in `wanted` (when it has any) and those the

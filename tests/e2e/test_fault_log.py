@@ -1,7 +1,8 @@
 """A fault leaves one line in the daemon's log that a person can act on:
 the operation, the caller and the reason the client was given, at the
 verbosity that shows errors (level 1; the harness needs 2 to see the
-socket open)."""
+socket open). So does a refusal: one line per request, naming the path
+refused and the role it needed, however many paths were refused."""
 
 import re
 import unittest
@@ -42,6 +43,56 @@ class FaultLogTest(unittest.TestCase):
                     self.assertIn(reason.split(": ")[0], reply.text)
                     if code is not None:
                         self.assertEqual(str(code), line.group(2))
+
+
+SECURITY = "/Software/Security"
+
+
+class RefusalLogTest(unittest.TestCase):
+    CASES = [
+        # (what, user, body, expected line, refused paths)
+        ("reads of the security area", "viewer",
+         "<nsc1:getValues><nsc1:paths>"
+         + "".join("<nsc1:string>%s/Users/%s</nsc1:string>" % (SECURITY, u)
+                   for u in ("viewer", "operator", "admin"))
+         + "<nsc1:string>/Devices/Meter1/VoltageL1N</nsc1:string>"
+         "</nsc1:paths></nsc1:getValues>",
+         "Refused nsc1:getValues to viewer@127.0.0.1 (role Viewer): read of "
+         "/Software/Security/Users/viewer needs Administrator", 3),
+        ("a write", "viewer",
+         "<nsc1:setValue><nsc1:path>/Devices/Meter1/VoltageL1N</nsc1:path>"
+         "<nsc1:value>1</nsc1:value></nsc1:setValue>",
+         "Refused nsc1:setValue to viewer@127.0.0.1 (role Viewer): write of "
+         "/Devices/Meter1/VoltageL1N needs Operator", 1),
+        ("a reset", "operator", "<nst1:Reset/>",
+         "Refused nst1:Reset to operator@127.0.0.1 (role Operator): reset of "
+         "/ needs Administrator", 1),
+        ("a search through the security area", "viewer",
+         "<nsqv:findAttributeMatches><startingPath>%s</startingPath>"
+         "<bRecursive>true</bRecursive><attribMatch>Value</attribMatch>"
+         "<regexMatchPattern>.</regexMatchPattern>"
+         "</nsqv:findAttributeMatches>" % SECURITY,
+         "Refused nsqv:findAttributeMatches to viewer@127.0.0.1 (role "
+         "Viewer): read of /Software/Security", None),
+    ]
+
+    def test_one_line_per_refused_request(self):
+        with harness.Stack(daemon_args=("-d", "-D", "2")) as stack:
+            for what, user, body, expected, refused in self.CASES:
+                with self.subTest(what):
+                    before = stack.daemon_log()
+                    stack.soap(body, user=user)
+                    lines = [line for line in stack.daemon_log()[
+                        len(before):].splitlines() if "Refused " in line]
+                    self.assertEqual(1, len(lines), lines)
+                    self.assertIn(expected, lines[0])
+                    count = re.search(r"; (\d+) refusals in all$", lines[0])
+                    if refused == 1:
+                        self.assertIsNone(count, lines[0])
+                    elif refused is not None:
+                        self.assertEqual(str(refused), count.group(1))
+                    else:  # a search counts every node it could not read
+                        self.assertGreater(int(count.group(1)), 3, lines[0])
 
 
 if __name__ == "__main__":

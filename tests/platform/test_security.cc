@@ -151,6 +151,42 @@ TEST_F(SecurityTest, RulesAndTheirLimits) {
                                      CPath("/")));
 }
 
+// What a refused caller is told it lacked: the rule's role, the
+// Administrator for what only administrators do, nothing for a malformed
+// path.
+TEST_F(SecurityTest, RequiredRoleNamesWhatWasMissing) {
+  SetRule("devices", "/Devices", "Operator", "Viewer");
+  SetRule("open", "/Open", "None", "None");
+  const struct {
+    toolkit::pcd_access_t access;
+    const char* path;
+    bool judged;
+    toolkit::pcd_role_t needs;
+  } cases[] = {
+      {PCD_ACCESS_READ, "/Devices/UPS1/Value", true, toolkit::PCD_ROLE_OPERATOR},
+      {PCD_ACCESS_WRITE, "/Devices/UPS1/Value", true, toolkit::PCD_ROLE_VIEWER},
+      {PCD_ACCESS_WRITE, "/Devices/UPS1/Units", true,
+       toolkit::PCD_ROLE_ADMINISTRATOR},
+      {PCD_ACCESS_READ, "/Open/X", true, toolkit::PCD_ROLE_NONE},
+      {PCD_ACCESS_READ, "/Other", true, toolkit::PCD_ROLE_VIEWER},
+      {PCD_ACCESS_WRITE, "/Other/Value", true, toolkit::PCD_ROLE_OPERATOR},
+      {PCD_ACCESS_REMOVE, "/Open/X", true, toolkit::PCD_ROLE_ADMINISTRATOR},
+      {PCD_ACCESS_READ, "/Software/Security/Users/x", true,
+       toolkit::PCD_ROLE_ADMINISTRATOR},
+      {PCD_ACCESS_RESET, "/", true, toolkit::PCD_ROLE_ADMINISTRATOR},
+      {PCD_ACCESS_READ, "/A/../B", false, toolkit::PCD_ROLE_NONE},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.path);
+    toolkit::pcd_role_t needs = toolkit::PCD_ROLE_NONE;
+    EXPECT_EQ(c.judged,
+              toolkit::pcd_required_role(*cds_, c.access, CPath(c.path), &needs));
+    if (c.judged) {
+      EXPECT_EQ(c.needs, needs);
+    }
+  }
+}
+
 TEST_F(SecurityTest, AnonymousCallersTakeTheAnonymousRole) {
   EXPECT_FALSE(May(nullptr, PCD_ACCESS_READ, "/Devices/UPS1"));  // None
   AddNode("/Software/Security/AnonymousRole");
