@@ -38,6 +38,11 @@ command handler card-commands runs beside the daemon.
 The built programs are found as the end-to-end tests find them (WSGATED_BIN,
 CDSCTL_BIN, LOG_HISTORY_BIN, WAVECTL_BIN, WSGATED_WSDL,
 WSGATED_LOCALE_BUILD), else in BUILD_DIR (default ./build).
+
+Two more checks keep the reference honest: the Python snippets of
+clients.md run, as one program, against the same stack and must end
+without an error; and README.md's table of error codes must be the
+daemon's own (common/bnws_error.cc).
 """
 
 import argparse
@@ -147,6 +152,41 @@ def answer(stack, request, user):
     return shown
 
 
+def snippet_differences(stack, page):
+    """The page's Python snippets, run as one program against `stack`:
+    what went wrong, if anything."""
+    with open(page, encoding="utf-8") as f:
+        blocks = re.findall(r"```python\n(.*?)```", f.read(), re.S)
+    program = "".join(blocks).replace(
+        "http://127.0.0.1:8080/", "http://127.0.0.1:%d/" % stack.port)
+    done = subprocess.run([sys.executable, "-c", program],
+                          capture_output=True, text=True, timeout=60)
+    if done.returncode == 0:
+        return []
+    return ["%s, Python snippets:\n%s" % (os.path.relpath(page, ROOT),
+                                          done.stderr)]
+
+
+def error_table_differences(page):
+    """The error codes of the page's "| Code | Name |" table against the
+    daemon's table."""
+    with open(os.path.join(ROOT, "common", "bnws_error.cc")) as f:
+        table = re.search(r"BnwsErrorTable\[.*?\{(.*?)\};", f.read(), re.S)
+    daemon = [(int(code), name) for code, name in
+              re.findall(r'"(\d+) ([^"]*)"', table.group(1))]
+    with open(page, encoding="utf-8") as f:
+        shown = re.search(r"\| Code \| Name \|.*?\n\n", f.read(), re.S)
+    listed = sorted((int(code), name) for code, name in re.findall(
+        r"\|\s*(\d+)\s*\|\s*([^|]*?)\s*(?=\|)", shown.group(0)
+        if shown else ""))
+    if listed == daemon:
+        return []
+    return ["%s, error codes:\n%s" % (os.path.relpath(page, ROOT), "\n".join(
+        difflib.unified_diff(["%d %s" % e for e in listed],
+                             ["%d %s" % e for e in daemon], "page",
+                             "common/bnws_error.cc", lineterm="")))]
+
+
 def run(pages, update):
     """Sends every example; returns the differences found (with update,
     after writing the new responses)."""
@@ -182,6 +222,10 @@ def run(pages, update):
             if update and new_text != text:
                 with open(page, "w", encoding="utf-8") as f:
                     f.write(new_text)
+            if os.path.basename(page) == "clients.md":
+                differences += snippet_differences(stack, page)
+            if os.path.basename(page) == "README.md":
+                differences += error_table_differences(page)
     return differences
 
 
