@@ -3,7 +3,8 @@
 
 Every page of docs/api holds its examples as blocks
 
-    <!-- example NAME user=USER [mask=ELEMENT,...] -->
+    <!-- example NAME user=USER [mask=ELEMENT,...] [keep=ELEMENT:N]
+         [wait=PATH] -->
     ```xml
     request envelope (SOAP 1.2)
     ```
@@ -25,11 +26,23 @@ show a write and then the read that sees it.
 
 --check compares after masking what moves from run to run: device times
 (16-digit microsecond counts), ISO 8601 times, and the text of the
-elements an example names with mask=.
+elements an example names with mask=. keep=data:6 shows only the first
+six `data` elements of a long answer and a comment counting the others.
+wait=PATH sends the request only once the store holds PATH: an answer a
+card process writes (the command handler's, say), waited for with the
+harness's hang guard.
+
+The trend log is back-filled by card-trends with a fixed end, and the
+command handler card-commands runs beside the daemon.
 
 The built programs are found as the end-to-end tests find them (WSGATED_BIN,
 CDSCTL_BIN, LOG_HISTORY_BIN, WAVECTL_BIN, WSGATED_WSDL,
 WSGATED_LOCALE_BUILD), else in BUILD_DIR (default ./build).
+
+Two more checks keep the reference honest: the Python snippets of
+clients.md run, as one program, against the same stack and must end
+without an error; and README.md's table of error codes must be the
+daemon's own (common/bnws_error.cc).
 """
 
 import argparse
@@ -46,7 +59,8 @@ ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 HISTORY_END = "1795132800"
 EXAMPLE = re.compile(
     r"(?P<head><!-- example (?P<name>\S+) user=(?P<user>\w+)"
-    r"(?: mask=(?P<mask>[\w,]+))? -->\n"
+    r"(?: mask=(?P<mask>[\w,]+))?(?: keep=(?P<keep>\w+):(?P<count>\d+))?"
+    r"(?: wait=(?P<wait>\S+))? -->\n"
     r"```xml\n(?P<request>.*?)\n```\n)"
     r"(?:```xml\n(?P<response>.*?)\n```\n)?"
     r"(?P<tail><!-- /example -->)", re.S)
@@ -60,6 +74,8 @@ def use_build(build):
         "WSGATED_BIN": "host/wsgated", "CDSCTL_BIN": "tools/cdsctl/cdsctl",
         "LOG_HISTORY_BIN": "tools/history/log-history",
         "WAVECTL_BIN": "tools/waveforms/wavectl",
+        "CARD_TRENDS_BIN": "card/trends/card-trends",
+        "WSGATED_CARD_COMMANDS_BIN": "card/commands/card-commands",
         "WSGATED_WSDL": "contract/wsgated.wsdl",
         "WSGATED_LOCALE_BUILD": "locale"}
     for variable, relative in defaults.items():
@@ -86,7 +102,8 @@ def masked(text, elements):
 
 
 def prepare(stack, harness):
-    """The demo's log history and waveform records in the stack's files."""
+    """The demo's log history, waveform records and a day of trend
+    history in the stack's files; the command handler beside the daemon."""
     paths = stack.paths
     subprocess.run(harness.program("LOG_HISTORY_BIN") + [
         "--store", stack.store, "--replace", "--seed", "1",
@@ -97,6 +114,31 @@ def prepare(stack, harness):
     subprocess.run(harness.program("WAVECTL_BIN") + [
         "demo", paths["WSGATED_WAVEFORM_DIR"]], check=True,
         capture_output=True)
+    subprocess.run(harness.program("CARD_TRENDS_BIN") + [
+        "--store", stack.store, "--trend-log", paths["WSGATED_TREND_LOG"],
+        "--backfill-days", "1", "--backfill-end", HISTORY_END],
+        env=stack.env(), check=True, capture_output=True)
+    stack.start_companion(os.environ["WSGATED_CARD_COMMANDS_BIN"],
+                          "--every", "0.1")
+
+
+def kept(text, element, count):
+    """`text` with only the first `count` lines holding one `element`,
+    and a comment after them counting the others."""
+    line = re.compile(r"(\s*)<%s>[^<]*</%s>$" % (element, element))
+    lines, seen, last = [], 0, None
+    for shown in text.splitlines():
+        match = line.match(shown)
+        if match:
+            seen += 1
+            if seen > count:
+                continue
+            last = (len(lines), match.group(1))
+        lines.append(shown)
+    if seen > count:
+        lines.insert(last[0] + 1, "%s<!-- %d more %s -->" % (
+            last[1], seen - count, element))
+    return "\n".join(lines)
 
 
 def answer(stack, request, user):
@@ -108,6 +150,41 @@ def answer(stack, request, user):
     if reply.status != 200:
         shown = "<!-- HTTP %d -->\n%s" % (reply.status, shown)
     return shown
+
+
+def snippet_differences(stack, page):
+    """The page's Python snippets, run as one program against `stack`:
+    what went wrong, if anything."""
+    with open(page, encoding="utf-8") as f:
+        blocks = re.findall(r"```python\n(.*?)```", f.read(), re.S)
+    program = "".join(blocks).replace(
+        "http://127.0.0.1:8080/", "http://127.0.0.1:%d/" % stack.port)
+    done = subprocess.run([sys.executable, "-c", program],
+                          capture_output=True, text=True, timeout=60)
+    if done.returncode == 0:
+        return []
+    return ["%s, Python snippets:\n%s" % (os.path.relpath(page, ROOT),
+                                          done.stderr)]
+
+
+def error_table_differences(page):
+    """The error codes of the page's "| Code | Name |" table against the
+    daemon's table."""
+    with open(os.path.join(ROOT, "common", "bnws_error.cc")) as f:
+        table = re.search(r"BnwsErrorTable\[.*?\{(.*?)\};", f.read(), re.S)
+    daemon = [(int(code), name) for code, name in
+              re.findall(r'"(\d+) ([^"]*)"', table.group(1))]
+    with open(page, encoding="utf-8") as f:
+        shown = re.search(r"\| Code \| Name \|.*?\n\n", f.read(), re.S)
+    listed = sorted((int(code), name) for code, name in re.findall(
+        r"\|\s*(\d+)\s*\|\s*([^|]*?)\s*(?=\|)", shown.group(0)
+        if shown else ""))
+    if listed == daemon:
+        return []
+    return ["%s, error codes:\n%s" % (os.path.relpath(page, ROOT), "\n".join(
+        difflib.unified_diff(["%d %s" % e for e in listed],
+                             ["%d %s" % e for e in daemon], "page",
+                             "common/bnws_error.cc", lineterm="")))]
 
 
 def run(pages, update):
@@ -123,7 +200,13 @@ def run(pages, update):
                 text = f.read()
 
             def replace(match):
+                if match["wait"]:
+                    harness.wait_until(lambda: stack.cdsctl(
+                        "get", match["wait"], check=False).returncode == 0,
+                        match["wait"])
                 got = answer(stack, match["request"], match["user"])
+                if match["keep"]:
+                    got = kept(got, match["keep"], int(match["count"]))
                 mask = (match["mask"] or "").split(",") if match["mask"] else []
                 old = match["response"] or ""
                 if masked(old, mask) != masked(got, mask):
@@ -139,6 +222,10 @@ def run(pages, update):
             if update and new_text != text:
                 with open(page, "w", encoding="utf-8") as f:
                     f.write(new_text)
+            if os.path.basename(page) == "clients.md":
+                differences += snippet_differences(stack, page)
+            if os.path.basename(page) == "README.md":
+                differences += error_table_differences(page)
     return differences
 
 

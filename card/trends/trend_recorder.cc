@@ -20,6 +20,8 @@ namespace {
 
 constexpr double kDefaultSampleSeconds = 5;
 constexpr long kMaxBackfillDays = 366;
+// The latest --backfill-end: what a 32-bit long (the card's) holds.
+constexpr long kMaxBackfillEndSeconds = 2147483647;
 
 long long nowMs() {
   timeval now{};
@@ -53,13 +55,15 @@ std::string TrendRecorder::usage() const {
          "interval-trends.db\n"
          "  --sample-seconds S       seconds between samples (default 5)\n"
          "  --backfill-days N        write N days (1..366) of plausible\n"
-         "                           history instead of recording, and exit\n";
+         "                           history instead of recording, and exit\n"
+         "  --backfill-end T         the back-fill ends at T (seconds since\n"
+         "                           1970) instead of now\n";
 }
 
 bool TrendRecorder::configure(const std::vector<std::string>& args,
                               std::string* error) {
   const char* const kOptions[] = {"--trend-log", "--sample-seconds",
-                                  "--backfill-days"};
+                                  "--backfill-days", "--backfill-end"};
   for (size_t i = 0; i < args.size(); ++i) {
     const std::string given = args[i];
     const char* name = nullptr;
@@ -98,6 +102,14 @@ bool TrendRecorder::apply(const std::string& option,
     sampleMs_ = std::max(1LL, std::llround(seconds * 1000));
     return true;
   }
+  if (option == "--backfill-end") {
+    long seconds = 0;
+    if (!parseInteger(value, 1, kMaxBackfillEndSeconds, &seconds)) {
+      return false;
+    }
+    backfillEndMs_ = seconds * 1000LL;
+    return true;
+  }
   long days = 0;
   if (!parseInteger(value, 1, kMaxBackfillDays, &days)) return false;
   backfillDays_ = static_cast<int>(days);
@@ -123,7 +135,8 @@ bool TrendRecorder::start(toolkit::CCds& store) {
             "every %lld ms",
             trendLog_.c_str(), config_.devices.size(), config_.periods.size(),
             sampleMs_);
-  return backfillDays_ == 0 || backfill(store, nowMs());
+  return backfillDays_ == 0 ||
+         backfill(store, backfillEndMs_ != 0 ? backfillEndMs_ : nowMs());
 }
 
 bool TrendRecorder::declare() {

@@ -18,7 +18,9 @@
 // N days of plausible history before now for every period (at most its
 // MaxEntries), shaped after each point's present value and units, and
 // exits; the demo runs it once so that there is something to look at.
-// Snapshots of a time the log already holds are replaced.
+// Snapshots of a time the log already holds are replaced. --backfill-end T
+// puts the end at T instead of now, so that the same store gives the same
+// history whenever it is run (the operation reference's examples).
 //
 // A trend log removed or replaced while the recorder runs is noticed at
 // the next sample: the recorder opens the file now at the path (making it
@@ -97,6 +99,7 @@ class TrendRecorder : public Companion {
   std::string trendLog_;
   long long sampleMs_;
   int backfillDays_ = 0;
+  long long backfillEndMs_ = 0;  // 0: now
   TrendConfig config_;
   toolkit::trend::CWriter writer_;
   std::vector<Device> devices_;

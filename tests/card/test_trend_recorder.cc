@@ -215,6 +215,8 @@ TEST(TrendRecorderOptions, RefusesWhatItCannotUse) {
       {{"--backfill-days", "7"}, ""},
       {{"--backfill-days", "0"}, "bad value '0' of --backfill-days"},
       {{"--backfill-days", "367"}, "bad value '367'"},
+      {{"--backfill-end", "1795132800"}, ""},
+      {{"--backfill-end", "0"}, "bad value '0' of --backfill-end"},
       {{"--sample-seconds", "0"}, "bad value '0' of --sample-seconds"},
       {{"--sample-seconds"}, "--sample-seconds needs a value"},
       {{"--trend-log="}, "--trend-log needs a value"},
