@@ -6,6 +6,7 @@
 
 #include <strings.h>
 
+#include <cerrno>
 #include <cfloat>
 #include <cstdint>
 #include <cstdlib>
@@ -248,6 +249,17 @@ data_type_t lookupValueType(toolkit::CCds& cds, const std::string& nodePath,
     possibleValues = kNoPossibleValues;
   }
   return type;
+}
+
+bool parseDecimalNumber(const std::string& text, uint64_t& number) {
+  // Twenty digits hold every 64-bit number; strtoull reports the rest.
+  if (text.empty() || text.size() > 20 ||
+      text.find_first_not_of("0123456789") != std::string::npos) {
+    return false;
+  }
+  errno = 0;
+  number = strtoull(text.c_str(), nullptr, 10);
+  return errno == 0;
 }
 
 }  // namespace wsgated

@@ -10,6 +10,7 @@
 #ifndef COMMON_VALUE_CONVERSION_H_
 #define COMMON_VALUE_CONVERSION_H_
 
+#include <cstdint>
 #include <locale>
 #include <string>
 #include <unordered_map>
@@ -26,6 +27,12 @@ class CPath;
 namespace wsgated {
 
 struct ServiceOptions;
+
+// A text of decimal digits only (no sign, no blanks) as a 64-bit number:
+// alarm and queue numbers, which outgrow the store's 32-bit integers and
+// are kept as node names and texts. False for any other text and for a
+// number beyond 64 bits.
+bool parseDecimalNumber(const std::string& text, uint64_t& number);
 
 // Failure marks of convertTextToType.
 enum ConversionFailure {

@@ -9,7 +9,6 @@
 // engine that cannot allocate the list fails the call (SOAP_EOM).
 
 #include <cinttypes>
-#include <cstdlib>
 #include <set>
 #include <string>
 #include <vector>
@@ -21,6 +20,7 @@
 #include "common/search_pattern.h"
 #include "common/service_context.h"
 #include "common/service_options.h"
+#include "common/value_conversion.h"
 #include "logs/active_alarms.h"
 #include "logs/log_request.h"
 #include "platform/cds.h"
@@ -78,14 +78,8 @@ bool leavesUsable(const std::vector<api_status_t>& statuses,
 // The alarm's number: its node's name, all decimal digits.
 bool alarmNumber(const std::string& alarmNodePath, uint64_t& number) {
   std::string parent, name;
-  if (toolkit::CPath::LopLastSubpath(alarmNodePath, parent, name) != 0 ||
-      name.empty() || name.size() > 20 ||
-      name.find_first_not_of("0123456789") != std::string::npos) {
-    return false;
-  }
-  errno = 0;
-  number = strtoull(name.c_str(), nullptr, 10);
-  return errno == 0;
+  return toolkit::CPath::LopLastSubpath(alarmNodePath, parent, name) == 0 &&
+         parseDecimalNumber(name, number);
 }
 
 // Whether `pattern` (null: every source) occurs in `sourcePath`. The

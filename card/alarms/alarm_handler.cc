@@ -5,10 +5,9 @@
 #include <sys/time.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
 
 #include "common/log.h"
+#include "common/value_conversion.h"
 
 namespace wsgated {
 
@@ -37,12 +36,7 @@ bool readNumber(toolkit::CCds& store, const std::string& node,
       status != API_STATUS_OK) {
     return false;
   }
-  const std::string text = element.to_string();
-  if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos)
-    return false;
-  errno = 0;
-  number = strtoull(text.c_str(), nullptr, 10);
-  return errno == 0;
+  return parseDecimalNumber(element.to_string(), number);
 }
 
 bool writeNumber(toolkit::CCds& store, const std::string& node,

@@ -2,10 +2,8 @@
 
 #include "card/alarms/alarm_table.h"
 
-#include <cerrno>
-#include <cstdlib>
-
 #include "common/log.h"
+#include "common/value_conversion.h"
 #include "platform/path.h"
 
 namespace wsgated {
@@ -29,17 +27,6 @@ enum Leaf {
 const char* const kLeafNames[kLeafCount] = {
     "SourcePath", "SourceValue",     "AlarmMsg", "SequenceID",
     "AlarmLevel", "ConditionRaised", "Note"};
-
-// A node name that is an alarm number: decimal digits only.
-bool parseNumber(const std::string& name, uint64_t& number) {
-  if (name.empty() || name.size() > 20 ||
-      name.find_first_not_of("0123456789") != std::string::npos) {
-    return false;
-  }
-  errno = 0;
-  number = strtoull(name.c_str(), nullptr, 10);
-  return errno == 0;
-}
 
 bool isInteger(const toolkit::CElement& element) {
   return element.get_type() == PCD_TYPE_UINT ||
@@ -70,7 +57,7 @@ bool AlarmTable::readNode(toolkit::CCds& store, const std::string& node,
                           TableAlarm& alarm) const {
   std::string parent, name;
   if (toolkit::CPath::LopLastSubpath(node, parent, name) != 0 ||
-      !parseNumber(name, alarm.number)) {
+      !parseDecimalNumber(name, alarm.number)) {
     return false;
   }
   std::vector<std::string> paths;
@@ -127,7 +114,7 @@ uint64_t AlarmTable::highestNumber(toolkit::CCds& store) const {
     std::string parent, name;
     uint64_t number = 0;
     if (toolkit::CPath::LopLastSubpath(child, parent, name) == 0 &&
-        parseNumber(name, number) && number > highest) {
+        parseDecimalNumber(name, number) && number > highest) {
       highest = number;
     }
   }

@@ -43,6 +43,34 @@ TEST(ValueTypeFromText, NamesGiveTypesAndTheEnumeratedFlag) {
   }
 }
 
+// Alarm and queue numbers: every 64-bit number, nothing else.
+TEST(ParseDecimalNumber, DigitsWithinSixtyFourBits) {
+  const struct {
+    const char* text;
+    bool parsed;
+    uint64_t number;
+  } cases[] = {
+      {"0", true, 0},
+      {"42", true, 42},
+      {"18446744073709551615", true, UINT64_MAX},
+      {"18446744073709551616", false, 0},
+      {"000000000000000000001", false, 0},
+      {"", false, 0},
+      {"-1", false, 0},
+      {"+1", false, 0},
+      {" 1", false, 0},
+      {"1a", false, 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text);
+    uint64_t number = 7;
+    EXPECT_EQ(c.parsed, parseDecimalNumber(c.text, number));
+    if (c.parsed) {
+      EXPECT_EQ(c.number, number);
+    }
+  }
+}
+
 // --- client text to typed values -------------------------------------------
 
 class ConvertText : public ServiceTest {};
