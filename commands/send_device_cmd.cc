@@ -74,28 +74,12 @@ bool versionAccepted(ServiceContext* context, const ServiceOptions& options,
 // the log names it by; false for kinds that are never supported.
 bool supportPath(const std::string& list, const nsk7__sendCmd_s& command,
                  std::string& path, std::string& what) {
-  const auto& cmd = command.cmd;
-  switch (command.__union_cmd) {
-    case SOAP_UNION__nsk7__union_sendCmd_s_cmdLine:
-      if (cmd.cmdLine == nullptr) return false;
-      what = "cmdLine: " + *cmd.cmdLine;
-      path = list + "/cmdLine/" + *cmd.cmdLine;
-      return true;
-    case SOAP_UNION__nsk7__union_sendCmd_s_cmdBasic:
-      if (cmd.cmdBasic == nullptr) return false;
-      what = "cmdBasic: " + cmd.cmdBasic->name;
-      path = list + "/cmdBasic/" + cmd.cmdBasic->name + "/" +
-             cmd.cmdBasic->param;
-      return true;
-    case SOAP_UNION__nsk7__union_sendCmd_s_cmdIval:
-      if (cmd.cmdIval == nullptr) return false;
-      what = "cmdIval: " + cmd.cmdIval->name;
-      path = list + "/cmdIval/" + cmd.cmdIval->name + "/" +
-             cmd.cmdIval->param;
-      return true;
-    default:  // cmdText, or none
-      return false;
-  }
+  CommandNames names;
+  if (!commandNames(command, names)) return false;
+  what = std::string(names.kind) + ": " + names.name;
+  path = list + "/" + names.kind + "/" + names.name;
+  if (names.hasParam) path += "/" + names.param;
+  return true;
 }
 
 // Names and parameters must each be one node of the list: with a "/", a

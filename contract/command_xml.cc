@@ -114,6 +114,26 @@ _nsk7__getDeviceCmdResultResponse* CommandXml::readResult(
   });
 }
 
+bool commandNames(const nsk7__sendCmd_s& command, CommandNames& names) {
+  const auto& cmd = command.cmd;
+  switch (command.__union_cmd) {
+    case SOAP_UNION__nsk7__union_sendCmd_s_cmdLine:
+      if (cmd.cmdLine == nullptr) return false;
+      names = {"cmdLine", *cmd.cmdLine, false, ""};
+      return true;
+    case SOAP_UNION__nsk7__union_sendCmd_s_cmdBasic:
+      if (cmd.cmdBasic == nullptr) return false;
+      names = {"cmdBasic", cmd.cmdBasic->name, true, cmd.cmdBasic->param};
+      return true;
+    case SOAP_UNION__nsk7__union_sendCmd_s_cmdIval:
+      if (cmd.cmdIval == nullptr) return false;
+      names = {"cmdIval", cmd.cmdIval->name, true, cmd.cmdIval->param};
+      return true;
+    default:  // cmdText, or none
+      return false;
+  }
+}
+
 nsk7__cmdResult_s* copyCommandResults(struct soap* soap,
                                       const nsk7__cmdResult_s* results) {
   if (results == nullptr) return nullptr;

@@ -50,6 +50,20 @@ class CommandXml {
   struct soap* soap_;
 };
 
+// What names a command in the device's command list: its kind as the list
+// spells it ("cmdLine", "cmdBasic", "cmdIval"), its name and, for the kinds
+// that have one, its parameter.
+struct CommandNames {
+  const char* kind = "";
+  std::string name;
+  bool hasParam = false;
+  std::string param;
+};
+
+// The names of `command`; false for a kind without them (cmdText, none) or
+// a kind whose record is missing.
+bool commandNames(const nsk7__sendCmd_s& command, CommandNames& names);
+
 // A copy of `results` (may be null) in memory that `soap` owns.
 nsk7__cmdResult_s* copyCommandResults(struct soap* soap,
                                       const nsk7__cmdResult_s* results);

@@ -59,37 +59,12 @@ struct SecondsOption {
   double CommandHandler::*field;
 };
 
-// The command's name and parameter as the table has them; false for a
-// kind without them (cmdText) or a malformed command.
-bool namesOf(const nsk7__sendCmd_s& command, std::string& name,
-             std::string& param) {
-  const auto& cmd = command.cmd;
-  switch (command.__union_cmd) {
-    case SOAP_UNION__nsk7__union_sendCmd_s_cmdLine:
-      if (cmd.cmdLine == nullptr) return false;
-      name = *cmd.cmdLine;
-      return true;
-    case SOAP_UNION__nsk7__union_sendCmd_s_cmdBasic:
-      if (cmd.cmdBasic == nullptr) return false;
-      name = cmd.cmdBasic->name;
-      param = cmd.cmdBasic->param;
-      return true;
-    case SOAP_UNION__nsk7__union_sendCmd_s_cmdIval:
-      if (cmd.cmdIval == nullptr) return false;
-      name = cmd.cmdIval->name;
-      param = cmd.cmdIval->param;
-      return true;
-    default:
-      return false;
-  }
-}
-
 const MeterCommand* findCommand(const nsk7__sendCmd_s& command) {
-  std::string name, param;
-  if (!namesOf(command, name, param)) return nullptr;
+  CommandNames names;
+  if (!commandNames(command, names)) return nullptr;
   for (const MeterCommand& known : kMeterCommands) {
-    if (known.kind == command.__union_cmd && name == known.name &&
-        param == known.param) {
+    if (known.kind == command.__union_cmd && names.name == known.name &&
+        names.param == known.param) {
       return &known;
     }
   }
