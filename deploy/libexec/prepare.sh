@@ -17,8 +17,9 @@ fi
 # Made beside the store and renamed into place: a start that is stopped
 # half-way leaves no half-made store behind, which the next start would
 # keep.
+# SQLite's side files of a store that is gone would be read as this one's.
 mkdir -p "$(dirname "$store")"
-rm -f "$store.new"
+rm -f "$store.new" "$store-wal" "$store-shm" "$store-journal"
 "$prefix/bin/cdsctl" --store "$store.new" create \
   "$prefix/share/wsgated/sample-device.seed"
 mv "$store.new" "$store"

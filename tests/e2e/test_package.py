@@ -196,11 +196,11 @@ class PackageTest(unittest.TestCase):
             self.assertEqual(grp.getgrnam(group).gr_gid, socket.st_gid)
             # A second start (an upgrade, a restart) keeps the store.
             stack.cdsctl("set", PLAIN_POINT, "1.5")
+            stack.stop_daemon()
             stack.prepare()
             self.assertEqual("1.5", stack.cdsctl("get", PLAIN_POINT)
                              .stdout.strip())
             # A socket group that does not exist stops the daemon.
-            stack.stop_daemon()
             stack.socket_group = "wsgated-no-such-group"
             failed = subprocess.run(stack.daemon_program() + ["-d"],
                                     env=stack.env(), capture_output=True,
