@@ -18,28 +18,27 @@ from core_calls import PLAIN_POINT, PLAIN_VALUE, call
 
 PROGRAMS = ["usr/sbin/wsgated", "usr/sbin/wsgated-supervisor",
             "usr/bin/cdsctl", "usr/libexec/wsgated/prepare",
-            "usr/libexec/wsgated/start"] + [
-    "usr/sbin/card-" + name for name in
-    ("alarms", "commands", "deltalog", "publisher", "simulator", "syslog",
-     "trends")]
+            "usr/libexec/wsgated/start"]
+COMPANIONS = ["alarms", "commands", "deltalog", "publisher", "simulator",
+              "syslog", "trends"]
+PROGRAMS += ["usr/sbin/card-" + name for name in COMPANIONS]
 UNITS = "usr/lib/systemd/system"
-FILES = [
-    UNITS + "/wsgated.service", UNITS + "/wsgated-card@.service",
-    "usr/share/man/man8/wsgated.8.gz", "usr/share/man/man1/cdsctl.1.gz",
-    "usr/share/wsgated/wsgated.wsdl", "usr/share/wsgated/paths.env",
-    "usr/share/wsgated/wsgated-subscriber.wsdl",
-    "usr/share/wsgated/sample-device.seed",
-    "usr/share/locale/de_DE/LC_MESSAGES/toolkit.mo",
-    "usr/share/locale/fr_FR/LC_MESSAGES/toolkit.mo",
-    "etc/nginx/sites-available/wsgated", "etc/nginx/snippets/wsgated.conf",
-    "usr/share/polkit-1/rules.d/50-wsgated-reboot.rules"]
+FILES = [UNITS + "/wsgated.service", UNITS + "/wsgated-card@.service",
+         "usr/share/man/man8/wsgated.8.gz", "usr/share/man/man1/cdsctl.1.gz",
+         "etc/nginx/sites-available/wsgated",
+         "etc/nginx/snippets/wsgated.conf",
+         "usr/share/polkit-1/rules.d/50-wsgated-reboot.rules"] + [
+    "usr/share/wsgated/" + name for name in
+    ("wsgated.wsdl", "wsgated-subscriber.wsdl", "paths.env",
+     "sample-device.seed")] + [
+    "usr/share/locale/%s/LC_MESSAGES/toolkit.mo" % lang
+    for lang in ("de_DE", "fr_FR")]
 SITE = "etc/nginx/sites-available/wsgated"
 SNIPPET = "etc/nginx/snippets/wsgated.conf"
 
 
 def replaced(text, moves):
-    """`text` with each (old, new) of `moves` replaced; every old must be
-    there, so that a packaged path that moves fails here, not later."""
+    """`text` with each (old, new) of `moves` replaced; each old must be in."""
     for old, new in moves:
         assert old in text, "%r not in %s" % (old, text)
         text = text.replace(old, new)
@@ -47,10 +46,8 @@ def replaced(text, moves):
 
 
 class PackagedStack(harness.Stack):
-    """A stack whose daemon, store and nginx site come from the unpacked
-    package in `root`: the unit's start and prepare helpers, the packaged
-    catalogues and WSDL, and the packaged site with its paths moved into
-    the stack's folder."""
+    """Daemon, store helpers, catalogues, WSDL and nginx site from the
+    package unpacked in `root`, the site's paths moved into our folder."""
 
     def __init__(self, root, socket_group):
         self.root = root
@@ -65,13 +62,11 @@ class PackagedStack(harness.Stack):
                                                    "usr/share/locale"))
         return env
 
-    def create_store(self):
-        self.prepare()
-
     def prepare(self):
-        return subprocess.run(
-            [os.path.join(self.root, "usr/libexec/wsgated/prepare")],
-            env=self.env(), check=True, capture_output=True, text=True)
+        subprocess.run([os.path.join(self.root, "usr/libexec/wsgated/prepare")],
+                       env=self.env(), check=True, capture_output=True)
+
+    create_store = prepare
 
     def daemon_program(self):
         return [os.path.join(self.root, "usr/libexec/wsgated/start")]
@@ -93,11 +88,10 @@ class PackagedStack(harness.Stack):
                 ("listen 80;", "listen 127.0.0.1:%d;" % self.port),
                 ("listen [::]:80;", ""),
                 ("include snippets/wsgated.conf;", "include %s;" % snippet)])
-        with open(conf) as f:
-            text = f.read()
         # The demo's plain server block gives way to the packaged site.
-        text, count = re.subn(r"\n    server \{.*?\n    \}", "\n" + site, text,
-                              count=1, flags=re.S)
+        with open(conf) as f:
+            text, count = re.subn(r"\n    server \{.*?\n    \}", "\n" + site,
+                                  f.read(), count=1, flags=re.S)
         assert count == 1, text
         with open(conf, "w") as f:
             f.write(text)
@@ -169,14 +163,12 @@ class PackageTest(unittest.TestCase):
         checked = os.path.join(self.dir, "units")
         os.makedirs(checked, exist_ok=True)
         names = ["wsgated.service"] + [
-            "wsgated-card@%s.service" % program.split("card-")[1]
-            for program in PROGRAMS if "/card-" in program]
+            "wsgated-card@%s.service" % name for name in COMPANIONS]
         for name in names:
             source = re.sub(r"@[a-z]+\.", "@.", name)
-            with open(os.path.join(self.root, UNITS, source)) as f:
-                text = f.read().replace("=/usr/", "=%s/usr/" % self.root)
-            with open(os.path.join(checked, name), "w") as f:
-                f.write(text)
+            with open(os.path.join(self.root, UNITS, source)) as f, \
+                    open(os.path.join(checked, name), "w") as out:
+                out.write(f.read().replace("=/usr/", "=%s/usr/" % self.root))
         verified = subprocess.run(
             ["systemd-analyze", "verify"]
             + [os.path.join(checked, name) for name in names],
@@ -210,6 +202,3 @@ class PackageTest(unittest.TestCase):
                           " wsgated-no-such-group does not exist",
                           stack.daemon_log())
 
-
-if __name__ == "__main__":
-    unittest.main()
