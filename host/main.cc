@@ -164,9 +164,11 @@ int runDaemon(int argc, char** argv) {
   applyReadOnlyFlag(&ctx);
 
   logInfo(kLogAlways, "Service incoming requests");
-  runRequestLoop(soap, line.fork);
+  // A socket that could not be set up (or given to the web server's
+  // group) is a failed start: exit 1, so that systemd reports it.
+  const bool listened = runRequestLoop(soap, line.fork) >= 0;
   shutDown(&ctx, soap, line.fork);
-  return 0;
+  return listened ? 0 : 1;
 }
 
 }  // namespace wsgated

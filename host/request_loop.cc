@@ -18,6 +18,7 @@
 #include "host/fcgi_io.h"
 #include "host/request_context.h"
 #include "host/serve.h"
+#include "host/socket_access.h"
 #include "host/signals.h"
 #include "platform/qrxtime.h"
 
@@ -64,6 +65,14 @@ int openListeningSocket() {
   const std::string path = fcgiSocketPath();
   int fd = FCGX_OpenSocket(path.c_str(), kListenBacklog);
   if (fd == -1) return -1;
+  // Only the web server's group may connect (host/socket_access.h).
+  std::string accessError;
+  if (!restrictSocketAccess(path, socketGroupName(), &accessError)) {
+    logError(kLogAlways, "Cannot restrict the FastCGI socket: %s",
+             accessError.c_str());
+    close(fd);
+    return -1;
+  }
   if (fd != 0) {
     close(0);
     if (dup2(fd, 0) != 0) return -1;

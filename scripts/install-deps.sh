@@ -17,6 +17,9 @@ packages=(
   wrk curl procps tzdata
   # the manual pages' check (man -l, lexgrog)
   man-db groff-base
+  # the Debian package (scripts/package.sh): its library dependencies
+  # (dpkg-shlibdeps) and the unit files' check (systemd-analyze)
+  dpkg-dev systemd
   # the fuzzers (scripts/fuzz.sh): clang and its fuzzer runtime, which
   # clang only recommends
   clang libclang-rt-14-dev

@@ -198,13 +198,20 @@ class Stack:
             self.render("wsgated-tls.conf.template", tls_conf, **words)
         else:
             open(tls_conf, "w").close()
-        with open(os.path.join(self.prefix, "htpasswd"), "w") as f:
+        self.write_users(os.path.join(self.prefix, "htpasswd"))
+        self.run_nginx()
+        self.read_nginx_pid()
+
+    def write_users(self, path):
+        """The test users' htpasswd file for nginx."""
+        with open(path, "w") as f:
             for user_name, password in TEST_USERS.items():
                 hashed = subprocess.run(
                     ["openssl", "passwd", "-apr1", password], check=True,
                     capture_output=True, text=True).stdout.strip()
                 f.write("%s:%s\n" % (user_name, hashed))
-        self.run_nginx()
+
+    def read_nginx_pid(self):
         pid_file = os.path.join(self.prefix, "nginx.pid")
         wait_until(lambda: os.path.exists(pid_file), "nginx pid file")
         with open(pid_file) as f:
@@ -248,8 +255,12 @@ class Stack:
                 "-t", self.paths["WSGATED_TREND_LOG"],
                 "-w", self.paths["WSGATED_WAVEFORM_DIR"]]
 
+    def daemon_program(self):
+        """The argv start of the daemon (a subclass may run another)."""
+        return program("WSGATED_BIN")
+
     def start_daemon(self):
-        argv = (program("WSGATED_BIN") + self.daemon_args +
+        argv = (self.daemon_program() + self.daemon_args +
                 self.daemon_path_args())
         if self.background:
             done = subprocess.run(argv, env=self.env(), capture_output=True)
