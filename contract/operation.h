@@ -22,14 +22,6 @@ inline const std::string& optionalText(const std::string* text) {
   return text != nullptr ? *text : kEmpty;
 }
 
-// Answers an operation that this build does not provide yet: sets a SOAP
-// server fault (Receiver in SOAP 1.2, "SOAP-ENV:Server" in SOAP 1.1) whose
-// reason reads "<operation>: operation not available yet", and returns the
-// engine error that the operation must return so the fault is sent.
-//
-//   return operationNotAvailable(soap, "getValue");
-int operationNotAvailable(struct soap* soap, const char* operation);
-
 // Answers a request that the operation refuses as the client's mistake:
 // sets a SOAP client fault (Sender in SOAP 1.2, "SOAP-ENV:Client" in SOAP
 // 1.1) whose reason is `reason`, and returns the engine's client-fault code

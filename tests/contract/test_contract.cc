@@ -109,21 +109,6 @@ TEST(Dispatch, FaultsInTheRequestsVersionWithTheEnginesCode) {
   }
 }
 
-TEST(PendingOperation, FaultNamesTheOperation) {
-  Engine engine;
-  struct soap* soap = engine.get();
-  std::ostringstream out;
-  soap->os = &out;
-  soap_set_version(soap, 2);
-  soap->error = wsgated::operationNotAvailable(soap, "getValue");
-  EXPECT_EQ(SOAP_FAULT, soap->error);
-  soap_send_fault(soap);
-  soap->os = nullptr;
-  EXPECT_TRUE(Contains(out.str(), "SOAP-ENV:Receiver")) << out.str();
-  EXPECT_TRUE(Contains(out.str(), "getValue: operation not available yet"))
-      << out.str();
-}
-
 // --- Enumerations on the wire -----------------------------------------
 // A client may send a number outside an enumeration's table (a status
 // this build does not know yet); the generated range check is dropped
