@@ -174,8 +174,8 @@ Example call (a SOAP 1.2 envelope, $example):
     --data-binary @$example $endpoint
 The same over TLS: add -k and use $tls_endpoint
 It reads a voltage, its units and the UPS's operating mode. Call it as
-"viewer" or "operator" to see the store's rights at work; operations that
-are not served yet answer with a SOAP fault naming themselves.
+"viewer" or "operator" to see the store's rights at work. Every operation,
+with a request and its answer: docs/api/README.md.
 INFO
 }
 
