@@ -18,8 +18,9 @@ packages=(
   # the manual pages' check (man -l, lexgrog)
   man-db groff-base
   # the Debian package (scripts/package.sh): its library dependencies
-  # (dpkg-shlibdeps) and the unit files' check (systemd-analyze)
-  dpkg-dev systemd
+  # (dpkg-shlibdeps, which cpack runs with file(1)) and the unit files'
+  # check (systemd-analyze)
+  dpkg-dev file systemd
   # the fuzzers (scripts/fuzz.sh): clang and its fuzzer runtime, which
   # clang only recommends
   clang libclang-rt-14-dev

@@ -118,9 +118,12 @@ class PackageTest(unittest.TestCase):
         cls.addClassCleanup(shutil.rmtree, cls.dir, True)
         build = os.environ["WSGATED_BUILD_DIR"]
         out = os.path.join(cls.dir, "out")
-        subprocess.run(["cpack", "--config",
-                        os.path.join(build, "CPackConfig.cmake"), "-B", out],
-                       check=True, capture_output=True)
+        packed = subprocess.run(
+            ["cpack", "--config", os.path.join(build, "CPackConfig.cmake"),
+             "-B", out], capture_output=True, text=True)
+        if packed.returncode != 0:  # say why: a missing tool, most often
+            raise AssertionError("cpack failed:\n%s%s"
+                                 % (packed.stdout, packed.stderr))
         (cls.deb,) = glob.glob(os.path.join(out, "wsgated_*.deb"))
         cls.root = os.path.join(cls.dir, "root")
         subprocess.run(["dpkg-deb", "-x", cls.deb, cls.root], check=True)
