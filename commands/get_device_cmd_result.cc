@@ -14,6 +14,7 @@
 #include "common/log.h"
 #include "common/service_context.h"
 #include "common/service_options.h"
+#include "common/value_conversion.h"
 #include "contract/command_xml.h"
 #include "contract/operation.h"
 #include "platform/cds.h"
@@ -93,9 +94,7 @@ void getDeviceCmdResult(ServiceContext* context, struct soap* soap,
     return;
   }
   toolkit::CElement text;
-  element_property_t property = PCD_PROP_NORMAL;
-  if (context->cds.get_leaf(entry + "/Value", status, text, property) != 0 ||
-      status != API_STATUS_OK) {
+  if (!readGoodLeaf(context->cds, entry + "/Value", text)) {
     answer(response, nsk7__cmdNumStatus__cmdFailOther,
            "Could not read results");
     return;

@@ -15,6 +15,7 @@
 #include "common/log.h"
 #include "common/service_context.h"
 #include "common/service_options.h"
+#include "common/value_conversion.h"
 #include "common/write_path.h"
 #include "contract/command_xml.h"
 #include "contract/operation.h"
@@ -52,11 +53,8 @@ bool mayCommand(ServiceContext* context, const std::string& devPath) {
 bool versionAccepted(ServiceContext* context, const ServiceOptions& options,
                      const std::string& leaf, int requested,
                      std::string& result) {
-  api_status_t status = API_STATUS_UNKNOWN;
   toolkit::CElement version;
-  element_property_t property = PCD_PROP_NORMAL;
-  if (context->cds.get_leaf(leaf, status, version, property) != 0 ||
-      status != API_STATUS_OK) {
+  if (!readGoodLeaf(context->cds, leaf, version)) {
     logInfo(kLogErrors, "No WSDL Version found %s", leaf.c_str());
     setBnwsError(kBnwsNodeNotFound, leaf.c_str(), result, &options);
     return false;
@@ -115,11 +113,9 @@ bool queueHasRoom(ServiceContext* context, const ServiceOptions& options,
   }
   if (children.size() == 1) return true;
   const std::string leaf = queue + "/maxCount/Value";
-  api_status_t status = API_STATUS_UNKNOWN;
   toolkit::CElement capacity;
-  element_property_t property = PCD_PROP_NORMAL;
-  if (context->cds.get_leaf(leaf, status, capacity, property) != 0 ||
-      status != API_STATUS_OK || capacity.convert_type(PCD_TYPE_UINT) != 0) {
+  if (!readGoodLeaf(context->cds, leaf, capacity) ||
+      capacity.convert_type(PCD_TYPE_UINT) != 0) {
     logInfo(kLogErrors, "No Input Queue length found at %s", leaf.c_str());
     setBnwsError(kBnwsNodeNotFound, leaf.c_str(), result, &options);
     return false;

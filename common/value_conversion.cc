@@ -94,13 +94,8 @@ std::string attributePath(const std::string& nodePath,
 // The text of a good leaf; false when the store has none.
 bool readLeafText(toolkit::CCds& cds, const std::string& path,
                   std::string& text) {
-  api_status_t status = API_STATUS_UNKNOWN;
   CElement element;
-  element_property_t property = PCD_PROP_NORMAL;
-  if (cds.get_leaf(path, status, element, property) != 0 ||
-      status != API_STATUS_OK) {
-    return false;
-  }
+  if (!readGoodLeaf(cds, path, element)) return false;
   text = element.to_string();
   return true;
 }
@@ -249,6 +244,14 @@ data_type_t lookupValueType(toolkit::CCds& cds, const std::string& nodePath,
     possibleValues = kNoPossibleValues;
   }
   return type;
+}
+
+bool readGoodLeaf(toolkit::CCds& cds, const std::string& path,
+                  toolkit::CElement& element) {
+  api_status_t status = API_STATUS_UNKNOWN;
+  element_property_t property = PCD_PROP_NORMAL;
+  return cds.get_leaf(path, status, element, property) == 0 &&
+         status == API_STATUS_OK;
 }
 
 bool parseDecimalNumber(const std::string& text, uint64_t& number) {

@@ -34,6 +34,11 @@ struct ServiceOptions;
 // number beyond 64 bits.
 bool parseDecimalNumber(const std::string& text, uint64_t& number);
 
+// The element of the leaf at `path` when the store has it: false when the
+// call failed or the leaf is not there (any status but OK).
+bool readGoodLeaf(toolkit::CCds& cds, const std::string& path,
+                  toolkit::CElement& element);
+
 // Failure marks of convertTextToType.
 enum ConversionFailure {
   kConversionOk = 0,

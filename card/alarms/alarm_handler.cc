@@ -29,14 +29,9 @@ timeval now() {
 // and queue numbers are 64-bit; the store's integers are 32-bit).
 bool readNumber(toolkit::CCds& store, const std::string& node,
                 uint64_t& number) {
-  api_status_t status = API_STATUS_OK;
   toolkit::CElement element;
-  element_property_t property;
-  if (store.get_leaf(node + "/Value", status, element, property) != 0 ||
-      status != API_STATUS_OK) {
-    return false;
-  }
-  return parseDecimalNumber(element.to_string(), number);
+  return readGoodLeaf(store, node + "/Value", element) &&
+         parseDecimalNumber(element.to_string(), number);
 }
 
 bool writeNumber(toolkit::CCds& store, const std::string& node,

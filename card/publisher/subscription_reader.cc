@@ -2,6 +2,7 @@
 
 #include "common/log.h"
 #include "common/publisher_area.h"
+#include "common/value_conversion.h"
 #include "platform/event.h"
 #include "platform/path.h"
 #include "platform/qrxtime.h"
@@ -55,15 +56,11 @@ void readNodes(toolkit::CCds& store, const std::string& base,
 }  // namespace
 
 int64_t readSubUpdateCount(toolkit::CCds& store) {
-  api_status_t status = API_STATUS_UNKNOWN;
   toolkit::CElement element;
-  element_property_t property = PCD_PROP_NORMAL;
-  if (store.get_leaf(std::string(kSubUpdateCountPath) + "/Value", status,
-                     element, property) != 0 ||
-      status != API_STATUS_OK) {
-    return -1;
-  }
-  return element.to_int();
+  return readGoodLeaf(store, std::string(kSubUpdateCountPath) + "/Value",
+                      element)
+             ? element.to_int()
+             : -1;
 }
 
 std::vector<std::string> listSubscriptions(toolkit::CCds& store) {
@@ -75,12 +72,9 @@ std::vector<std::string> listSubscriptions(toolkit::CCds& store) {
 
 bool readNodeNames(toolkit::CCds& store, const std::string& id,
                    std::string& names) {
-  api_status_t status = API_STATUS_UNKNOWN;
   toolkit::CElement element;
-  element_property_t property = PCD_PROP_NORMAL;
-  if (store.get_leaf(subscriptionPath(id) + "/RTNodes:Children", status,
-                     element, property) != 0 ||
-      status != API_STATUS_OK) {
+  if (!readGoodLeaf(store, subscriptionPath(id) + "/RTNodes:Children",
+                    element)) {
     return false;
   }
   names = element.to_string();
@@ -135,12 +129,9 @@ bool readSubscription(toolkit::CCds& store, const std::string& id,
 
 bool readCreatedUs(toolkit::CCds& store, const std::string& id,
                    int64_t& createdUs) {
-  api_status_t status = API_STATUS_UNKNOWN;
   toolkit::CElement element;
-  element_property_t property = PCD_PROP_NORMAL;
-  if (store.get_leaf(subscriptionPath(id) + "/ReplyURI/Value", status,
-                     element, property) != 0 ||
-      status != API_STATUS_OK) {
+  if (!readGoodLeaf(store, subscriptionPath(id) + "/ReplyURI/Value",
+                    element)) {
     return false;
   }
   createdUs = qrx_UNIXtoQRXtime64(&element.get_time());
