@@ -105,11 +105,6 @@ def settled_rss(pid, idle):
     return proc_figures.rss_kib(pid)
 
 
-def reset_peak(pid):
-    with open("/proc/%d/clear_refs" % pid, "w") as f:
-        f.write("5")
-
-
 def main():
     stack_env.require(HISTORY_BIN)
     stack_env.stop_on_sigterm()
@@ -125,7 +120,7 @@ def main():
         print("|---|---:|---:|---:|---:|---:|---:|---:|")
         for label, operation, fields, user in ROWS:
             call(stack, operation, fields, user)
-            reset_peak(pid)
+            proc_figures.reset_peak(pid)
             cpu = proc_figures.cpu_seconds(pid)
             timed = [call(stack, operation, fields, user)
                      for _ in range(CALLS)]

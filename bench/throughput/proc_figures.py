@@ -14,6 +14,19 @@ def status_kib(pid, field):
     raise ValueError("no %s for pid %d" % (field, pid))
 
 
+def reset_peak(pid):
+    """Makes VmHWM count from now on (/proc/<pid>/clear_refs)."""
+    with open("/proc/%d/clear_refs" % pid, "w") as f:
+        f.write("5")
+
+
+def peak_summary(before, peak, after):
+    """The line that says what a run of calls did to the daemon's memory."""
+    return ("daemon VmRSS %d KiB before, peak (VmHWM) %d KiB, %d KiB after: "
+            "the peak %+d KiB over before, %+d KiB left after"
+            % (before, peak, after, peak - before, after - before))
+
+
 def rss_kib(pid):
     """VmRSS of the process, in KiB."""
     return status_kib(pid, "VmRSS")

@@ -105,6 +105,7 @@ def main():
                        env=stack.env(), check=True, capture_output=True)
         pid = stack.daemon_pid
         before = proc_figures.rss_kib(pid)
+        proc_figures.reset_peak(pid)  # the calls' peak, not start-up's
         rows = [time_size(stack, 1, 1), time_size(stack, SNAPSHOTS, PARAMS)]
         peak = proc_figures.status_kib(pid, "VmHWM")
         after = proc_figures.rss_kib(pid)
@@ -121,9 +122,7 @@ def main():
           "times its bytes (%.0f bytes per value)"
           % (large["median"] / small["median"], large["bytes"] / small["bytes"],
              large["bytes"] / large["values"]))
-    print("daemon VmRSS %d KiB before, peak (VmHWM) %d KiB, %d KiB after: "
-          "the peak %+d KiB over before, %+d KiB left after"
-          % (before, peak, after, peak - before, after - before))
+    print(proc_figures.peak_summary(before, peak, after))
 
 
 if __name__ == "__main__":

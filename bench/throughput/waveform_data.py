@@ -110,8 +110,7 @@ def main():
         pid = stack.daemon_pid
         small = time_record(stack, "meter1-fault-2026-11-18", "IA", 1600)
         before = proc_figures.rss_kib(pid)
-        with open("/proc/%d/clear_refs" % pid, "w") as f:
-            f.write("5")  # VmHWM from here on
+        proc_figures.reset_peak(pid)
         large = time_record(stack, "bench-30khz", "IB", SAMPLES)
         peak = proc_figures.status_kib(pid, "VmHWM")
         after = proc_figures.rss_kib(pid)
@@ -128,9 +127,7 @@ def main():
           "times its bytes (%.0f bytes per sample)"
           % (large["median"] / small["median"], large["bytes"] / small["bytes"],
              large["bytes"] / large["samples"]))
-    print("daemon VmRSS %d KiB before, peak (VmHWM) %d KiB, %d KiB after: "
-          "the peak %+d KiB over before, %+d KiB left after"
-          % (before, peak, after, peak - before, after - before))
+    print(proc_figures.peak_summary(before, peak, after))
 
 
 if __name__ == "__main__":
