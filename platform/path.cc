@@ -86,6 +86,13 @@ std::string compose(const std::string& node, const std::string& attribute,
   return text;
 }
 
+// The length of compose(node, attribute, sub), without building it.
+size_t composed_length(const std::string& node, const std::string& attribute,
+                       const std::string& sub) {
+  bool no_separator = slash_form_fits(attribute) && node == "/";
+  return node.size() + (no_separator ? 0 : 1) + attribute.size() + sub.size();
+}
+
 bool is_computed_from_node(const std::string& attribute) {
   switch (pcd_attr_str_to_enum(attribute.c_str())) {
     case PCD_ATTR_CHILDREN:
@@ -207,6 +214,11 @@ int CPath::normalize() {
   }
   std::string node;
   if (rc == kOk) rc = parse_node_path(nodes, &node);
+  // The canonical form adds "/Value" to a path that names no attribute: it
+  // must fit the limit too, or it would not parse back to itself.
+  if (rc == kOk && composed_length(node, attribute, sub) > kMaxPathLength) {
+    rc = kTooLong;
+  }
   if (rc != kOk) return rc;
 
   node_.swap(node);

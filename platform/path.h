@@ -46,7 +46,8 @@ class CPath {
   // Parse the path given at construction (or by set()). Returns 0 when the
   // path is well formed, otherwise a non-zero reason (docs/platform.md):
   // 1 empty, 2 not absolute, 3 bad character, 4 "." or ".." component,
-  // 5 bad attribute, 6 too long (over 1024 bytes).
+  // 5 bad attribute, 6 too long (the text or its canonical form over 1024
+  // bytes).
   int normalize();
   void set(const std::string& path);   // replace the path; not yet normalised
 

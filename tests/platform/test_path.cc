@@ -128,6 +128,9 @@ TEST(Path, RefusalsGiveTheirReason) {
       {"/A/...x", 5},
       {"/A:Value.", 5},
       {"/" + std::string(1024, 'a'), 6},
+      // Within the limit, but "/Value" makes the canonical form too long.
+      {"/" + std::string(1018, 'a'), 6},
+      {"/" + std::string(1020, 'a') + "/", 6},
   };
   for (const auto& [text, reason] : cases) {
     SCOPED_TRACE(text);
@@ -137,8 +140,15 @@ TEST(Path, RefusalsGiveTheirReason) {
     EXPECT_EQ(path.getPath(), "");
     EXPECT_EQ(path.getNewPathStr("Units"), "");
   }
-  CPath longest("/" + std::string(1023, 'a'));
-  EXPECT_EQ(longest.normalize(), 0);
+  // The longest paths accepted: their canonical forms are 1024 bytes.
+  const std::string longest_node = "/" + std::string(1017, 'a');
+  for (const std::string& text :
+       {longest_node, longest_node + "/Value",
+        "/" + std::string(1021, 'a') + ":X"}) {
+    CPath longest(text);
+    EXPECT_EQ(longest.normalize(), 0);
+    EXPECT_EQ(longest.getPath().size(), 1024u);
+  }
   CPath none(static_cast<const char*>(nullptr));
   EXPECT_EQ(none.normalize(), 1);
 }
