@@ -187,11 +187,18 @@ class LogsTest(StackTestCase):
         for operation in ("getDeltaLog", "getEventLog"):
             seen = {}
             for user in ("admin", "viewer"):
+                before = self.stack.daemon_log()
                 _, trimmed, records = self.call_log(
                     operation, user=user, path="/Devices/UPS1")
                 hidden = [r for r in records if r.get(
                     "Path", r.get("SourcePath")).startswith(SERVICE)]
                 seen[user] = (trimmed, len(records), len(hidden))
+                refused = [line for line in self.stack.daemon_log()[
+                    len(before):].splitlines() if "Refused " in line]
+                self.assertEqual(int(user == "viewer"), len(refused), refused)
+            # The daemon log tells the viewer's refusals in one line.
+            self.assertIn("Refused nsqv:%s to viewer@127.0.0.1 (role Viewer): "
+                          "read of %s" % (operation, SERVICE), refused[0])
             admin, viewer = seen["admin"], seen["viewer"]
             self.assertGreater(admin[2], 0, operation)
             self.assertEqual(0, viewer[2], operation)
