@@ -239,6 +239,10 @@ const CPath* judged_path(const CPath& path, CPath* parsed) {
 
 }  // namespace
 
+long long pcd_security_generation(CCds& cds) {
+  return cds.handle == nullptr ? -1 : store::security_generation(cds.handle);
+}
+
 const char* pcd_role_name(pcd_role_t role) {
   if (role < PCD_ROLE_NONE || role > PCD_ROLE_ADMINISTRATOR) return "None";
   return kRoleNames[role];

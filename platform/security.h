@@ -73,6 +73,12 @@ pcd_role_t pcd_user_role(CCds& cds, const char* user);
 bool pcd_authorize(CCds& cds, const char* user, pcd_access_t access,
                    const CPath& path);
 
+// A number that moves whenever users, roles or access rules change (any
+// write below /Software/Security, from any connection); -1 when the store
+// cannot say. Whoever keeps judgements made with pcd_authorize judges again
+// when it moves, instead of asking for every use.
+long long pcd_security_generation(CCds& cds);
+
 // The least role that may do `access` on `path`: the rule pcd_authorize
 // applies, for telling a refused caller what was missing. False for a
 // malformed path, which nobody may use.

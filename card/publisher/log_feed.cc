@@ -23,6 +23,13 @@ LogFeed::LogFeed(int64_t sinceUs, int options) : options_(options) {
   delta_.timeUs = event_.timeUs = system_.timeUs = sinceUs;
 }
 
+bool ownerMayRead(toolkit::CCds& store, const std::string& owner,
+                  const std::string& path) {
+  toolkit::CPath parsed(path);
+  return !owner.empty() && parsed.normalize() == 0 &&
+         parsed.is_read_authorized(store, owner);
+}
+
 void keepReadable(toolkit::CCds& store, const std::string& owner,
                   std::vector<toolkit::CEvent>& records) {
   std::map<std::string, bool> readable;
@@ -30,9 +37,7 @@ void keepReadable(toolkit::CCds& store, const std::string& owner,
   for (toolkit::CEvent& record : records) {
     auto found = readable.find(record.source_path);
     if (found == readable.end()) {
-      toolkit::CPath path(record.source_path);
-      const bool may = !owner.empty() && path.normalize() == 0 &&
-                       path.is_read_authorized(store, owner);
+      const bool may = ownerMayRead(store, owner, record.source_path);
       found = readable.emplace(record.source_path, may).first;
     }
     if (found->second) kept.push_back(std::move(record));

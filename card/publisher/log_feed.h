@@ -71,6 +71,11 @@ class LogFeed {
   std::map<std::string, uint16_t> lastQuality_;  // per Delta-logged path
 };
 
+// May `owner` read `path` now? False for an unknown owner (empty) or a
+// path that does not parse.
+bool ownerMayRead(toolkit::CCds& store, const std::string& owner,
+                  const std::string& path);
+
 // Drops from `records` those whose source path `owner` may not read.
 void keepReadable(toolkit::CCds& store, const std::string& owner,
                   std::vector<toolkit::CEvent>& records);

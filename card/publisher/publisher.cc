@@ -12,6 +12,7 @@
 #include "common/publisher_area.h"
 #include "platform/path.h"
 #include "platform/qrxtime.h"
+#include "platform/security.h"
 #include "platform/utils.h"
 
 namespace wsgated {
@@ -185,6 +186,7 @@ void Publisher::step(toolkit::CCds& store) {
   } else {
     refreshNodes(store);
   }
+  judgeRightsIfChanged(store);
   endLeases(store, nowUs);
   for (auto& entry : tracked_) {
     if (!entry.second->overLimit) publish(store, *entry.second, nowUs);
@@ -197,13 +199,8 @@ std::unique_ptr<Publisher::Tracked> Publisher::track(
   for (const RealTimeNode& node : subscription.nodes) {
     NodeState state;
     state.node = node;
-    toolkit::CPath path(node.path);
-    state.readable = !subscription.owner.empty() && path.normalize() == 0 &&
-                     path.is_read_authorized(store, subscription.owner);
-    if (!state.readable) {
-      logNotice(kLogActivity, "Publisher: %s may not read %s: not sent",
-                subscription.owner.c_str(), node.path.c_str());
-    }
+    state.readable = true;  // so that judging logs only a refusal
+    judgeRights(store, subscription.owner, state);
     if (previous != nullptr) {
       for (const NodeState& old : previous->nodes) {
         if (old.node.path == node.path) {
@@ -291,12 +288,12 @@ void Publisher::applyLimits() {
       continue;
     }
     for (NodeState& state : tracked->nodes) {
-      if (state.readable && ++nodes > maxNodes_) {
+      state.overLimit = ++nodes > maxNodes_;  // readable now or not
+      if (state.overLimit) {
         logWarning(kLogErrors, "Publisher: %s has more than %d nodes: %s of "
                    "%s not served", tracked->subscription.owner.c_str(),
                    maxNodes_, state.node.path.c_str(),
                    tracked->subscription.id.c_str());
-        state.readable = false;
       }
     }
   }
@@ -367,7 +364,7 @@ void Publisher::collectValues(toolkit::CCds& store, Tracked& tracked,
   std::vector<NodeState*> due;
   std::vector<std::string> paths;
   for (NodeState& state : tracked.nodes) {
-    if (!state.readable || state.dueUs > nowUs) continue;
+    if (!state.readable || state.overLimit || state.dueUs > nowUs) continue;
     due.push_back(&state);
     paths.push_back(state.node.path + "/Value");
     state.dueUs = nowUs + int64_t{std::max(0, state.node.freshnessMs)} * 1000;
@@ -393,6 +390,30 @@ void Publisher::collectValues(toolkit::CCds& store, Tracked& tracked,
     notification.realTimeValues.push_back(record);
     state.sent = true;
     state.last = elements[i];
+  }
+}
+
+void Publisher::judgeRightsIfChanged(toolkit::CCds& store) {
+  const long long generation = toolkit::pcd_security_generation(store);
+  // -1: the store cannot say; judging again then refuses, as it should.
+  if (generation == rightsGeneration_ && generation >= 0) return;
+  rightsGeneration_ = generation;
+  for (auto& entry : tracked_) {
+    for (NodeState& state : entry.second->nodes) {
+      judgeRights(store, entry.second->subscription.owner, state);
+    }
+  }
+}
+
+void Publisher::judgeRights(toolkit::CCds& store, const std::string& owner,
+                            NodeState& state) {
+  const bool readable = ownerMayRead(store, owner, state.node.path);
+  if (readable != state.readable) {
+    logNotice(kLogActivity,
+              readable ? "Publisher: %s may read %s again: sent"
+                       : "Publisher: %s may not read %s: not sent",
+              owner.c_str(), state.node.path.c_str());
+    state.readable = readable;
   }
 }
 

@@ -67,7 +67,8 @@ class Publisher : public Companion {
  private:
   struct NodeState {
     RealTimeNode node;
-    bool readable = false;
+    bool readable = false;   // by the owner, when last judged
+    bool overLimit = false;  // beyond its owner's nodes
     bool sent = false;
     toolkit::CElement last;
     int64_t dueUs = 0;
@@ -97,6 +98,13 @@ class Publisher : public Companion {
   void publish(toolkit::CCds& store, Tracked& tracked, int64_t nowUs);
   void collectValues(toolkit::CCds& store, Tracked& tracked, int64_t nowUs,
                      Notification& notification);
+  // Rights change while subscriptions last: when users, roles or rules
+  // changed since the last look, every node is judged again, so that the
+  // change holds from this look on at the cost of one store call a look.
+  void judgeRightsIfChanged(toolkit::CCds& store);
+  // Judges whether the owner may read the node; a change is logged once.
+  static void judgeRights(toolkit::CCds& store, const std::string& owner,
+                          NodeState& state);
 
   QrxClock clock_;
   double checkSeconds_ = 0.5;
@@ -105,6 +113,7 @@ class Publisher : public Companion {
   DeliveryOptions delivery_;
   LogFiles logFiles_;
   int64_t lastCount_ = -2;     // -2: never read
+  long long rightsGeneration_ = -1;  // of the rights last judged
   std::map<std::string, std::unique_ptr<Tracked>> tracked_;
 };
 

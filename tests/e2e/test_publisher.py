@@ -1,8 +1,8 @@
 """The publisher delivering subscriptions made through nginx, to receivers
 this test runs on 127.0.0.1: first values and changes (from the simulator
 and from setValue), log records per log option, nothing after cancel, only
-the new nodes after a re-create, nothing its owner may not read, nothing
-once the lease passed, and the others still served beside bad reply
+the new nodes after a re-create, nothing its owner may not read (judged
+again at each look), nothing once the lease passed, and the others still served beside bad reply
 addresses."""
 
 import http.server
@@ -223,6 +223,19 @@ class PublisherTest(StackTestCase):
         self.sync(46)
         self.received("viewer", THRESHOLD, "46")
         self.assertEqual([], self.receiver.values("viewer", HOURS))
+
+    def test_rights_taken_and_given_back_hold_from_the_next_look(self):
+        self.subscribe("demoted", [THRESHOLD], user="viewer")
+        self.received("demoted", THRESHOLD, self.value(THRESHOLD))
+        self.stack.cdsctl("user", "set", "viewer", "None")
+        self.addCleanup(self.stack.cdsctl, "user", "set", "viewer", "Viewer")
+        self.sync(52)
+        self.sync(53)
+        self.stack.cdsctl("user", "set", "viewer", "Viewer")
+        self.sync(54)
+        self.received("demoted", THRESHOLD, "54")
+        self.assertEqual([], [v for v in self.receiver.values(
+            "demoted", THRESHOLD) if v[1] in ("52", "53")])
 
     def test_nothing_once_the_lease_passed(self):
         self.subscribe("leased", [THRESHOLD], lease=1500)

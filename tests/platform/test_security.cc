@@ -200,6 +200,8 @@ TEST_F(SecurityTest, AnonymousCallersTakeTheAnonymousRole) {
 
 TEST_F(SecurityTest, CacheFollowsChangesFromOtherConnections) {
   EXPECT_TRUE(May("operator", PCD_ACCESS_WRITE, "/Devices/UPS1/Value"));
+  const long long before = toolkit::pcd_security_generation(*cds_);
+  ASSERT_GE(before, 0);
   auto other = store_.Open();
   api_status_t status;
   ASSERT_EQ(0, other->set_leaf("/Software/Security/Users/operator/Value",
@@ -209,15 +211,19 @@ TEST_F(SecurityTest, CacheFollowsChangesFromOtherConnections) {
   ASSERT_EQ(0, other->remove_node("/Software/Security/Users/viewer", status,
                                   "other"));
   EXPECT_FALSE(May("viewer", PCD_ACCESS_READ, "/Devices/UPS1/Value"));
+  const long long changed = toolkit::pcd_security_generation(*cds_);
+  EXPECT_GT(changed, before);
   // Changes elsewhere in the store leave the policy as it was.
   ASSERT_EQ(0, other->set_leaf("/Dev1/Value", CElement(1), status,
                                PCD_TRIBOOL_UNKNOWN, "other"));
   EXPECT_TRUE(May("operator", PCD_ACCESS_READ, "/Devices/UPS1/Value"));
+  EXPECT_EQ(changed, toolkit::pcd_security_generation(*cds_));
   // A closed handle authorises nothing.
   toolkit::CCds closed(nullptr);
   EXPECT_FALSE(toolkit::pcd_authorize(closed, "admin", PCD_ACCESS_READ,
                                       CPath("/A")));
   EXPECT_EQ(toolkit::PCD_ROLE_NONE, toolkit::pcd_user_role(closed, "admin"));
+  EXPECT_EQ(-1, toolkit::pcd_security_generation(closed));
 }
 
 }  // namespace
