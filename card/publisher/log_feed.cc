@@ -45,20 +45,36 @@ void keepReadable(toolkit::CCds& store, const std::string& owner,
   records = std::move(kept);
 }
 
-std::vector<toolkit::CEvent> LogFeed::readAfter(const std::string& path,
-                                                int batch, Cursor& cursor) {
-  std::vector<toolkit::CEvent> records;
+LogReaders::~LogReaders() {
+  for (auto& [path, handle] : handles_) pcd_log_close(handle);
+}
+
+pcd_log_handle_t LogReaders::handle(const std::string& path) {
+  auto found = handles_.find(path);
+  if (found != handles_.end()) return found->second;
   pcd_log_handle_t handle = nullptr;
-  if (path.empty() ||
-      pcd_log_init(path.c_str(), 0, 0, 0, 1, 1, 0, 0, 0, &handle) != 0) {
-    return records;  // no log yet: the logger has not made it
+  if (!path.empty() &&
+      pcd_log_init(path.c_str(), 0, 0, 0, 1, 1, 0, 0, 0, &handle) == 0) {
+    ++opened_;
+  } else {
+    handle = nullptr;  // no log yet: the logger has not made it
   }
+  handles_.emplace(path, handle);
+  return handle;
+}
+
+std::vector<toolkit::CEvent> LogFeed::readAfter(LogReaders& logs,
+                                                const std::string& path,
+                                                Cursor& cursor) {
+  std::vector<toolkit::CEvent> records;
+  pcd_log_handle_t handle = logs.handle(path);
+  if (handle == nullptr) return records;
   timeval start{};
   qrx_QRXtoUNIXtime64(cursor.timeUs, &start);
   const int rc = toolkit::CLog(handle).retrieve(
       records, nullptr, &start, nullptr,
-      batch + static_cast<int>(cursor.seenAtTime), false, false, 0);
-  pcd_log_close(handle);
+      logs.files().batch + static_cast<int>(cursor.seenAtTime), false, false,
+      0);
   if (rc != 0) {
     logNotice(kLogActivity, "Publisher: %s not read now (%d)", path.c_str(),
               rc);
@@ -115,23 +131,24 @@ void LogFeed::sortEvents(std::vector<toolkit::CEvent>& records,
   }
 }
 
-void LogFeed::collect(toolkit::CCds& store, const LogFiles& files,
+void LogFeed::collect(toolkit::CCds& store, LogReaders& logs,
                       const std::string& owner, Notification& notification) {
+  const LogFiles& files = logs.files();
   if ((options_ & (kLogTrend | kLogQuality)) != 0) {
     std::vector<toolkit::CEvent> records =
-        readAfter(files.deltaLog, files.batch, delta_);
+        readAfter(logs, files.deltaLog, delta_);
     keepReadable(store, owner, records);
     sortDelta(records, notification);
   }
   if ((options_ & (kLogNonAlarmEvent | kLogAlarm | kLogConfiguration)) != 0) {
     std::vector<toolkit::CEvent> records =
-        readAfter(files.eventLog, files.batch, event_);
+        readAfter(logs, files.eventLog, event_);
     keepReadable(store, owner, records);
     sortEvents(records, false, notification);
   }
   if ((options_ & kLogNonAlarmEvent) != 0) {
     std::vector<toolkit::CEvent> records =
-        readAfter(files.systemLog, files.batch, system_);
+        readAfter(logs, files.systemLog, system_);
     keepReadable(store, owner, records);
     sortEvents(records, true, notification);
   }

@@ -23,6 +23,7 @@
 #include "card/publisher/notification.h"
 #include "platform/cds.h"
 #include "platform/event.h"
+#include "platform/log.h"
 
 namespace wsgated {
 
@@ -41,13 +42,36 @@ struct LogFiles {
   int batch = 500;        // records per log and look, at most
 };
 
+// The card's logs as one look of the publisher reads them: each opened at
+// most once, however many subscriptions read it, and closed with the look
+// (a later look opens the file anew, so a replaced log is followed).
+class LogReaders {
+ public:
+  explicit LogReaders(const LogFiles& files) : files_(files) {}
+  ~LogReaders();
+  LogReaders(const LogReaders&) = delete;
+  LogReaders& operator=(const LogReaders&) = delete;
+
+  const LogFiles& files() const { return files_; }
+  // The open log at `path`; null when it is missing or cannot be opened
+  // (tried once a look).
+  pcd_log_handle_t handle(const std::string& path);
+  // Logs opened so far (the tests count them).
+  size_t opened() const { return opened_; }
+
+ private:
+  const LogFiles& files_;
+  std::map<std::string, pcd_log_handle_t> handles_;
+  size_t opened_ = 0;
+};
+
 class LogFeed {
  public:
   LogFeed(int64_t sinceUs, int options);
 
   // Adds the records after those handed on before to `notification`. A
   // log that is missing or locked is tried again next time.
-  void collect(toolkit::CCds& store, const LogFiles& files,
+  void collect(toolkit::CCds& store, LogReaders& logs,
                const std::string& owner, Notification& notification);
 
  private:
@@ -59,7 +83,8 @@ class LogFeed {
   };
 
   // The records of the log at `path` after `cursor` (moved past them).
-  std::vector<toolkit::CEvent> readAfter(const std::string& path, int batch,
+  std::vector<toolkit::CEvent> readAfter(LogReaders& logs,
+                                         const std::string& path,
                                          Cursor& cursor);
   void sortDelta(std::vector<toolkit::CEvent>& records,
                  Notification& notification);

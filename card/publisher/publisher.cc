@@ -188,8 +188,9 @@ void Publisher::step(toolkit::CCds& store) {
   }
   judgeRightsIfChanged(store);
   endLeases(store, nowUs);
+  LogReaders logs(logFiles_);
   for (auto& entry : tracked_) {
-    if (!entry.second->overLimit) publish(store, *entry.second, nowUs);
+    if (!entry.second->overLimit) publish(store, *entry.second, nowUs, logs);
   }
 }
 
@@ -342,12 +343,12 @@ bool Publisher::removeEnded(toolkit::CCds& store, const Subscription& ended) {
 }
 
 void Publisher::publish(toolkit::CCds& store, Tracked& tracked,
-                        int64_t nowUs) {
+                        int64_t nowUs, LogReaders& logs) {
   Notification notification;
   notification.subscriptionId = tracked.subscription.id;
   collectValues(store, tracked, nowUs, notification);
   if (tracked.logs) {
-    tracked.logs->collect(store, logFiles_, tracked.subscription.owner,
+    tracked.logs->collect(store, logs, tracked.subscription.owner,
                           notification);
   }
   std::string xml;

@@ -95,7 +95,8 @@ class Publisher : public Companion {
   bool removeEnded(toolkit::CCds& store, const Subscription& ended);
   // The values due now that moved, then the new log records, as one
   // message on the subscription's queue (none when there is nothing).
-  void publish(toolkit::CCds& store, Tracked& tracked, int64_t nowUs);
+  void publish(toolkit::CCds& store, Tracked& tracked, int64_t nowUs,
+               LogReaders& logs);
   void collectValues(toolkit::CCds& store, Tracked& tracked, int64_t nowUs,
                      Notification& notification);
   // Rights change while subscriptions last: when users, roles or rules

@@ -7,12 +7,15 @@
 #include <set>
 #include <string>
 
+#include "card/publisher/log_feed.h"
 #include "card/publisher/publisher.h"
 #include "card/publisher/reply_address.h"
 #include "card/publisher/subscription_reader.h"
 #include "common/publisher_area.h"
+#include "platform/log.h"
 #include "platform/qrxtime.h"
 #include "platform/seed.h"
+#include "tests/platform/temp_dir.h"
 #include "tests/platform/temp_store.h"
 
 namespace wsgated {
@@ -205,6 +208,52 @@ TEST_F(PublisherAreaTest, ASubscriptionCreatedAgainKeepsItsNewLease) {
   publisher.step(*cds_);
   EXPECT_EQ(0u, listSubscriptions(*cds_).size());
   publisher.stop(*cds_);
+}
+
+// Appends `count` plain events of /Devices/M/V, at seconds from `second` on.
+void AppendEvents(const std::string& log, int second, int count) {
+  pcd_log_writer_t writer = nullptr;
+  ASSERT_EQ(0, pcd_log_open_writer(log.c_str(), nullptr, &writer));
+  std::vector<toolkit::CEvent> records(count);
+  for (int i = 0; i < count; ++i) {
+    records[i].kind = toolkit::EVENT_KIND_DEVICE_CONDITION;
+    records[i].source_path = "/Devices/M/V/Value";
+    records[i].time = timeval{second + i, 0};
+  }
+  EXPECT_EQ(0, pcd_log_append(writer, records));
+  pcd_log_close_writer(writer);
+}
+
+// The subscriptions of one look share one open handle per log, and each
+// still gets every record after its own cursor; the next look opens the
+// log again and sees what was appended meanwhile.
+TEST_F(PublisherAreaTest, FeedsOfOneLookOpenEachLogOnce) {
+  AddNode("/Software/Security/Users/operator");
+  SetText("/Software/Security/Users/operator/Value", "Operator");
+  testing_files::TempDir dir;
+  LogFiles files;
+  files.eventLog = dir / "alarms.db";
+  files.systemLog = dir / "missing.db";
+  AppendEvents(files.eventLog, 1800000000, 3);
+  const int64_t sinceUs = int64_t{1700000000} * 1000000;
+  LogFeed first(sinceUs, kLogNonAlarmEvent), second(sinceUs, kLogNonAlarmEvent);
+  {
+    LogReaders logs(files);
+    Notification toFirst, toSecond;
+    first.collect(*cds_, logs, "operator", toFirst);
+    second.collect(*cds_, logs, "operator", toSecond);
+    EXPECT_EQ(1u, logs.opened());  // the system log is missing
+    EXPECT_EQ(3u, toFirst.events.size());
+    EXPECT_EQ(3u, toSecond.events.size());
+  }
+  AppendEvents(files.eventLog, 1800000100, 2);
+  LogReaders logs(files);
+  Notification toFirst, toStranger;
+  first.collect(*cds_, logs, "operator", toFirst);
+  second.collect(*cds_, logs, "stranger", toStranger);  // may read nothing
+  EXPECT_EQ(1u, logs.opened());
+  EXPECT_EQ(2u, toFirst.events.size());
+  EXPECT_EQ(0u, toStranger.events.size());
 }
 
 }  // namespace
