@@ -136,12 +136,6 @@ int __nsc1__createSubscription(struct soap* soap,
   std::string fault;
   const int rc = wsgated::createSubscription(wsgated::serviceContext(soap),
                                              subscription, results, fault);
-  if (rc == wsgated::kSubscriptionClientFault) {
-    return wsgated::clientFault(soap, fault);
-  }
-  if (rc != 0) return rc;
-  return wsgated::resultsToSoap(soap, results,
-                                response.createSubscriptionResult)
-             ? SOAP_OK
-             : SOAP_EOM;
+  return wsgated::answerResults(soap, rc, fault, results,
+                                response.createSubscriptionResult);
 }

@@ -1,6 +1,7 @@
 // The engine's subscription records and the plain records of
 // subscriptions.h, converted at the operations' edges.
 
+#include "contract/operation.h"
 #include "publish/subscriptions.h"
 #include "soapH.h"
 
@@ -49,6 +50,14 @@ bool resultsToSoap(struct soap* soap, const RealTimeNodeResults& results,
   array->__sizeRealTimeNodeSubscriptionResult = count;
   array->RealTimeNodeSubscriptionResult = items;
   return true;
+}
+
+int answerResults(struct soap* soap, int rc, const std::string& fault,
+                  const RealTimeNodeResults& results,
+                  nsc1__ArrayOfRealTimeNodeSubscriptionResult*& array) {
+  if (rc == kSubscriptionClientFault) return clientFault(soap, fault);
+  if (rc != 0) return rc;
+  return resultsToSoap(soap, results, array) ? SOAP_OK : SOAP_EOM;
 }
 
 }  // namespace wsgated

@@ -135,6 +135,11 @@ std::vector<NodeSubscription> nodeSubscriptionsFromSoap(
 // False when the engine could not allocate.
 bool resultsToSoap(struct soap* soap, const RealTimeNodeResults& results,
                    nsc1__ArrayOfRealTimeNodeSubscriptionResult*& array);
+// The engine's answer to an operation that returned `rc` with `results`
+// or `fault`: a client fault, the engine's code, or the results in `array`.
+int answerResults(struct soap* soap, int rc, const std::string& fault,
+                  const RealTimeNodeResults& results,
+                  nsc1__ArrayOfRealTimeNodeSubscriptionResult*& array);
 
 }  // namespace wsgated
 

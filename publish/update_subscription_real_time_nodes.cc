@@ -13,7 +13,6 @@
 #include "common/service_context.h"
 #include "common/service_options.h"
 #include "common/write_path.h"
-#include "contract/operation.h"
 #include "contract/string_lists.h"
 #include "platform/cds.h"
 #include "platform/path.h"
@@ -109,12 +108,6 @@ int __nsc1__updateSubscriptionRealTimeNodes(
       wsgated::nodeSubscriptionsFromSoap(request->realTimeNodesToAdd),
       wsgated::stringsFromList(request->realTimeNodesToRemove), results,
       fault);
-  if (rc == wsgated::kSubscriptionClientFault) {
-    return wsgated::clientFault(soap, fault);
-  }
-  if (rc != 0) return rc;
-  return wsgated::resultsToSoap(soap, results,
-                                response.updateSubscriptionRealTimeNodesResult)
-             ? SOAP_OK
-             : SOAP_EOM;
+  return wsgated::answerResults(
+      soap, rc, fault, results, response.updateSubscriptionRealTimeNodesResult);
 }
