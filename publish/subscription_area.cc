@@ -105,11 +105,13 @@ RealTimeNodeResult readFirstValue(ServiceContext* context,
   element_property_t property = PCD_PROP_NORMAL;
   const int rc = cds.get_leaf(pointPath, status, element, property);
   bool enumerated = false;
-  // Sub-attributes are readable without read rights, the value is not:
-  // the numeric text is the value's, so it needs the rights in any case.
+  // readAttribute judged the rights of a plain path; a sub-attribute is
+  // readable without them, but the numeric text is the value's, so it
+  // needs the rights too.
   good = readAttribute(context, options, rc, parsed, status, element,
                        property, enumerated, result.value) &&
-         callerMay(context, toolkit::PCD_ACCESS_READ, parsed);
+         (parsed.getSubAttribute().empty() ||
+          callerMay(context, toolkit::PCD_ACCESS_READ, parsed));
   if (!good) return result;
   result.numericValue = element.get_type() == PCD_TYPE_BOOL
                             ? (element.to_bool() ? "1" : "0")
