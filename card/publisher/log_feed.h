@@ -39,7 +39,7 @@ struct LogFiles {
   std::string deltaLog;
   std::string eventLog;   // the alarm/event log
   std::string systemLog;
-  int batch = 500;        // records per log and look, at most
+  int batch = 500;        // records per subscription, log and look, at most
 };
 
 // The card's logs as one look of the publisher reads them: each opened at
