@@ -3,7 +3,8 @@
 # $FUZZ_BUILD_DIR) and runs each one for FUZZ_SECONDS (default 30) on its
 # corpus in fuzz/corpus/<target>. A crash, a leak, a sanitizer report, an
 # input slower than 10 s or one that needs more than 2 GiB fails the run;
-# the input that did it is left in <build>/fuzz-artifacts/.
+# the input that did it is left in <build>/fuzz-artifacts/ and printed in
+# base64 with the run's seed, for runs whose folders are gone (CI).
 #
 #   bash scripts/fuzz.sh                     every target, 30 s each
 #   FUZZ_SECONDS=3600 bash scripts/fuzz.sh path_parser    one, an hour
@@ -38,6 +39,15 @@ for target in "${targets[@]}"; do
          "fuzz/corpus/$target" > "$scratch/$target.log" 2>&1; then
     tail -40 "$scratch/$target.log" >&2
     echo "fuzz: $target failed; the input is in $artifacts" >&2
+    # CI keeps only this output: enough to run the input again elsewhere
+    # (base64 -d > input; build-fuzz/fuzz/fuzz_$target input).
+    grep -m1 'INFO: Seed:' "$scratch/$target.log" >&2 || true
+    sed -n 's/.*Test unit written to //p' "$scratch/$target.log" |
+      while read -r input; do
+        [ -f "$input" ] || continue
+        echo "fuzz: $(basename "$input"), base64:" >&2
+        head -c 65536 "$input" | base64 -w 76 >&2
+      done
     status=1
   else
     grep -E 'stat::number_of_executed_units|Done' "$scratch/$target.log" | tail -2
