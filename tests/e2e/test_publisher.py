@@ -141,10 +141,18 @@ class PublisherTest(StackTestCase):
 
     def sync(self, value):
         """Sets the threshold and waits until the witness, a subscription
-        made first, received it: by then every subscription of the same
-        step had its turn."""
+        made first, received it once more: by then every subscription of
+        the same step had its turn."""
+        sent = (THRESHOLD, str(value), "true")
+        count = lambda: self.receiver.values("witness", THRESHOLD).count(sent)
+        before = count()
         self.set_threshold(value)
-        self.received("witness", THRESHOLD, str(value))
+        harness.wait_until(lambda: count() > before,
+                           "%s at the witness" % value)
+
+    def publisher_logged(self, text):
+        with open(os.path.join(self.stack.dir, "publisher.log")) as log:
+            return text in log.read()
 
     def setUp(self):
         if not PublisherTest.witness:
@@ -225,17 +233,21 @@ class PublisherTest(StackTestCase):
         self.assertEqual([], self.receiver.values("viewer", HOURS))
 
     def test_rights_taken_and_given_back_hold_from_the_next_look(self):
+        self.sync(55)
         self.subscribe("demoted", [THRESHOLD], user="viewer")
-        self.received("demoted", THRESHOLD, self.value(THRESHOLD))
+        self.received("demoted", THRESHOLD, "55")
         self.stack.cdsctl("user", "set", "viewer", "None")
         self.addCleanup(self.stack.cdsctl, "user", "set", "viewer", "Viewer")
+        harness.wait_until(lambda: self.publisher_logged(
+            "viewer may not read %s: not sent" % THRESHOLD), "the refusal")
         self.sync(52)
         self.sync(53)
+        self.sync(55)  # what it had last: nothing new once it may read again
         self.stack.cdsctl("user", "set", "viewer", "Viewer")
-        self.sync(54)
-        self.received("demoted", THRESHOLD, "54")
-        self.assertEqual([], [v for v in self.receiver.values(
-            "demoted", THRESHOLD) if v[1] in ("52", "53")])
+        self.sync(56)
+        self.received("demoted", THRESHOLD, "56")
+        self.assertEqual(["55", "56"], [v[1] for v in self.receiver.values(
+            "demoted", THRESHOLD)])
 
     def test_nothing_once_the_lease_passed(self):
         self.subscribe("leased", [THRESHOLD], lease=1500)
