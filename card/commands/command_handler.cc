@@ -7,6 +7,7 @@
 
 #include "card/common/card_options.h"
 #include "common/log.h"
+#include "common/value_conversion.h"
 #include "contract/command_xml.h"
 #include "platform/cds.h"
 #include "platform/element.h"
@@ -91,19 +92,11 @@ timeval later(const timeval& time, double seconds) {
   return result;
 }
 
-bool read(toolkit::CCds& store, const std::string& path,
-          toolkit::CElement& value) {
-  api_status_t status = API_STATUS_UNKNOWN;
-  element_property_t property = PCD_PROP_NORMAL;
-  return store.get_leaf(path, status, value, property) == 0 &&
-         status == API_STATUS_OK;
-}
-
 // Write `text` to a point's Value in the type the point has.
 bool writePoint(toolkit::CCds& store, const std::string& point,
                 const std::string& text, const std::string& source) {
   toolkit::CElement value;
-  if (!read(store, point + "/Value", value)) return false;
+  if (!readGoodLeaf(store, point + "/Value", value)) return false;
   toolkit::CElement written(text);
   if (written.convert_type(value.get_type()) != 0) return false;
   api_status_t status = API_STATUS_UNKNOWN;
@@ -122,7 +115,7 @@ bool readHarmonics(toolkit::CCds& store, const std::string& node,
   if (toolkit::CPath::getChildPaths(store, node, children) != 0) return false;
   record.cdsName = node;
   toolkit::CElement label;
-  record.displayName = read(store, node + "/DisplayName", label)
+  record.displayName = readGoodLeaf(store, node + "/DisplayName", label)
                            ? label.to_string()
                            : std::string();
   record.timeSample = 0;
@@ -328,7 +321,7 @@ void CommandHandler::takeCommands(toolkit::CCds& store, const timeval& now) {
     const std::string entry = queue + "/" + std::to_string(number);
     toolkit::CCdsGroup group(store);
     toolkit::CElement text;
-    read(store, entry + "/Value", text);
+    readGoodLeaf(store, entry + "/Value", text);
     api_status_t status = API_STATUS_UNKNOWN;
     if (store.remove_node(entry, status, source_) != 0 ||
         status != API_STATUS_OK || group.Commit() != 0) {
@@ -350,7 +343,7 @@ void CommandHandler::ageResults(toolkit::CCds& store, const timeval& now) {
   for (const std::string& name : names) {
     const std::string entry = queue + "/" + name;
     toolkit::CElement value;
-    if (!read(store, entry + "/Value", value) ||
+    if (!readGoodLeaf(store, entry + "/Value", value) ||
         secondsBetween(value.get_time(), now) <= resultSeconds_) {
       continue;
     }
